@@ -59,7 +59,8 @@ void TestFileUtils::rootsAreCreatedInTheirLocations() {
     QCOMPARE(utils.getConfigureRoot(), data + "/configure");
     QCOMPARE(utils.getPlayListRoot(), data + "/playlist");
     QCOMPARE(utils.getDatabaseRoot(), data + "/database");
-    for (const QString& dir : {cache, data + "/configure", data + "/playlist", data + "/database"}) {
+    for (const QString& dir :
+         {cache, data + "/configure", data + "/playlist", data + "/database"}) {
         QVERIFY2(QDir(dir).exists(), qPrintable(dir));
     }
 }

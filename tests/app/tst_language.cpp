@@ -84,16 +84,22 @@ void TestLanguage::cleaningOfQuotesSpacesAndSemicolons_data() {
     QTest::addColumn<QString>("text");
     QTest::newRow("quoted with space before ;") << QByteArray("maps = \"Map type\" ;") << "maps"
                                                 << "Map type";
-    QTest::newRow("bare") << QByteArray("key=text") << "key" << "text";
-    QTest::newRow("quoted with ;") << QByteArray("key = \"text\";") << "key" << "text";
+    QTest::newRow("bare") << QByteArray("key=text") << "key"
+                          << "text";
+    QTest::newRow("quoted with ;") << QByteArray("key = \"text\";") << "key"
+                                   << "text";
     QTest::newRow("spaces inside quotes kept") << QByteArray("pad = \"  a b  \"") << "pad"
                                                << "  a b  ";
-    QTest::newRow("quoted key") << QByteArray("\"quoted\" = x") << "quoted" << "x";
-    QTest::newRow("tabs are not spaces") << QByteArray("\ttab = x") << "\ttab" << "x";
+    QTest::newRow("quoted key") << QByteArray("\"quoted\" = x") << "quoted"
+                                << "x";
+    QTest::newRow("tabs are not spaces") << QByteArray("\ttab = x") << "\ttab"
+                                         << "x";
     QTest::newRow("only one quote removed each side") << QByteArray("q = \"\"x\"\"") << "q"
                                                       << "\"x\"";
-    QTest::newRow("semicolons and spaces mixed") << QByteArray("s = x ; ;; ") << "s" << "x";
-    QTest::newRow("empty text") << QByteArray("title=") << "title" << "";
+    QTest::newRow("semicolons and spaces mixed") << QByteArray("s = x ; ;; ") << "s"
+                                                 << "x";
+    QTest::newRow("empty text") << QByteArray("title=") << "title"
+                                << "";
     QTest::newRow("non-ASCII") << QByteArray("maps = 地图类型") << "maps"
                                << QString::fromUtf8("地图类型");
 }
@@ -168,7 +174,8 @@ void TestLanguage::crlfLineEnds() {
 }
 
 void TestLanguage::byteOrderMarkIsNotPartOfFirstKey() {
-    _write("bom.lg", "\xef\xbb\xbf" "exit = Leave\n");
+    _write("bom.lg", "\xef\xbb\xbf"
+                     "exit = Leave\n");
     QMap<QString, QString> table;
     QVERIFY(KvLanguage::loadLanguage("bom", table));
     QCOMPARE(table.keys(), QStringList{"exit"});
@@ -177,8 +184,8 @@ void TestLanguage::byteOrderMarkIsNotPartOfFirstKey() {
 void TestLanguage::thousandsOfLines() {
     QByteArray content;
     for (int i = 0; i < 5000; ++i) {
-        content += QByteArray("key") + QByteArray::number(i) + " = text " + QByteArray::number(i) +
-                   "\n";
+        content +=
+            QByteArray("key") + QByteArray::number(i) + " = text " + QByteArray::number(i) + "\n";
     }
     _write("long.lg", content);
     QMap<QString, QString> table;
@@ -189,8 +196,8 @@ void TestLanguage::thousandsOfLines() {
 
 void TestLanguage::shippedFilesTranslateEveryKey_data() {
     QTest::addColumn<QString>("language");
-    for (const char* name : {"english", "chinese", "french", "german", "italian", "polish",
-                             "portuguese", "spanish"}) {
+    for (const char* name :
+         {"english", "chinese", "french", "german", "italian", "polish", "portuguese", "spanish"}) {
         QTest::newRow(name) << QString(name);
     }
 }

@@ -22,12 +22,18 @@ private slots:
 void TestStringUtil::singleFileName_data() {
     QTest::addColumn<QString>("path");
     QTest::addColumn<QString>("expected");
-    QTest::newRow("clip") << "/a/b/clip.MP4" << "/a/b/clip";
-    QTest::newRow("dot in folder") << "/a/b.c/d" << "/a/b";
-    QTest::newRow("no dot") << "clip" << "clip";
-    QTest::newRow("empty") << "" << "";
-    QTest::newRow("two extensions") << "archive.tar.gz" << "archive.tar";
-    QTest::newRow("non-ASCII") << "/媒体/行车记录.mov" << "/媒体/行车记录";
+    QTest::newRow("clip") << "/a/b/clip.MP4"
+                          << "/a/b/clip";
+    QTest::newRow("dot in folder") << "/a/b.c/d"
+                                   << "/a/b";
+    QTest::newRow("no dot") << "clip"
+                            << "clip";
+    QTest::newRow("empty") << ""
+                           << "";
+    QTest::newRow("two extensions") << "archive.tar.gz"
+                                    << "archive.tar";
+    QTest::newRow("non-ASCII") << "/媒体/行车记录.mov"
+                               << "/媒体/行车记录";
 }
 
 void TestStringUtil::singleFileName() {
@@ -39,11 +45,16 @@ void TestStringUtil::singleFileName() {
 void TestStringUtil::fileName_data() {
     QTest::addColumn<QString>("path");
     QTest::addColumn<QString>("expected");
-    QTest::newRow("clip") << "/a/b/clip.MP4" << "clip.MP4";
-    QTest::newRow("backslash is no separator") << "C:\\x\\y.mp4" << "C:\\x\\y.mp4";
-    QTest::newRow("empty") << "" << "";
-    QTest::newRow("trailing slash") << "/a/b/" << "";
-    QTest::newRow("plain") << "clip.mp4" << "clip.mp4";
+    QTest::newRow("clip") << "/a/b/clip.MP4"
+                          << "clip.MP4";
+    QTest::newRow("backslash is no separator") << "C:\\x\\y.mp4"
+                                               << "C:\\x\\y.mp4";
+    QTest::newRow("empty") << ""
+                           << "";
+    QTest::newRow("trailing slash") << "/a/b/"
+                                    << "";
+    QTest::newRow("plain") << "clip.mp4"
+                           << "clip.mp4";
 }
 
 void TestStringUtil::fileName() {
@@ -55,12 +66,18 @@ void TestStringUtil::fileName() {
 void TestStringUtil::dir_data() {
     QTest::addColumn<QString>("path");
     QTest::addColumn<QString>("expected");
-    QTest::newRow("clip") << "/a/b/clip.MP4" << "/a/b";
-    QTest::newRow("no dot, separators kept") << "/a/b/folder" << "/a/b/folder";
-    QTest::newRow("no separator") << "clip.mp4" << "clip.mp4";
-    QTest::newRow("backslash") << "C:\\x\\y.mp4" << "C:\\x";
-    QTest::newRow("dot in folder only") << "/a/b.c/d" << "/a/b.c";
-    QTest::newRow("empty") << "" << "";
+    QTest::newRow("clip") << "/a/b/clip.MP4"
+                          << "/a/b";
+    QTest::newRow("no dot, separators kept") << "/a/b/folder"
+                                             << "/a/b/folder";
+    QTest::newRow("no separator") << "clip.mp4"
+                                  << "clip.mp4";
+    QTest::newRow("backslash") << "C:\\x\\y.mp4"
+                               << "C:\\x";
+    QTest::newRow("dot in folder only") << "/a/b.c/d"
+                                        << "/a/b.c";
+    QTest::newRow("empty") << ""
+                           << "";
 }
 
 void TestStringUtil::dir() {
@@ -72,12 +89,18 @@ void TestStringUtil::dir() {
 void TestStringUtil::pathDup_data() {
     QTest::addColumn<QString>("path");
     QTest::addColumn<QString>("expected");
-    QTest::newRow("parent") << "/a/b/c" << "/a/b";
-    QTest::newRow("trailing slash") << "/a/b/" << "/a/b";
-    QTest::newRow("no separator") << "c" << "c";
-    QTest::newRow("backslash") << "D:\\DCIM\\F" << "D:\\DCIM";
-    QTest::newRow("mixed") << "D:/DCIM\\F" << "D:/DCIM";
-    QTest::newRow("empty") << "" << "";
+    QTest::newRow("parent") << "/a/b/c"
+                            << "/a/b";
+    QTest::newRow("trailing slash") << "/a/b/"
+                                    << "/a/b";
+    QTest::newRow("no separator") << "c"
+                                  << "c";
+    QTest::newRow("backslash") << "D:\\DCIM\\F"
+                               << "D:\\DCIM";
+    QTest::newRow("mixed") << "D:/DCIM\\F"
+                           << "D:/DCIM";
+    QTest::newRow("empty") << ""
+                           << "";
 }
 
 void TestStringUtil::pathDup() {
@@ -89,12 +112,18 @@ void TestStringUtil::pathDup() {
 void TestStringUtil::pathExt_data() {
     QTest::addColumn<QString>("path");
     QTest::addColumn<QString>("expected");
-    QTest::newRow("clip") << "clip.MP4" << "MP4";
-    QTest::newRow("dot last") << "clip." << "";
-    QTest::newRow("dot in folder") << "a.b/c" << "b/c";
-    QTest::newRow("two extensions") << "archive.tar.gz" << "gz";
-    QTest::newRow("none") << "clip" << "";
-    QTest::newRow("empty") << "" << "";
+    QTest::newRow("clip") << "clip.MP4"
+                          << "MP4";
+    QTest::newRow("dot last") << "clip."
+                              << "";
+    QTest::newRow("dot in folder") << "a.b/c"
+                                   << "b/c";
+    QTest::newRow("two extensions") << "archive.tar.gz"
+                                    << "gz";
+    QTest::newRow("none") << "clip"
+                          << "";
+    QTest::newRow("empty") << ""
+                           << "";
 }
 
 void TestStringUtil::pathExt() {
