@@ -23,6 +23,13 @@ if(KV_SANITIZE MATCHES "address")
         "LSAN_OPTIONS=suppressions=${CMAKE_SOURCE_DIR}/tests/sanitizer/lsan.supp:print_suppressions=0")
 endif()
 
+# Under ThreadSanitizer, reports that come from inside Qt are suppressed (see the file for why);
+# any other report fails the test.
+if(KV_SANITIZE MATCHES "thread")
+    list(APPEND KV_TEST_ENVIRONMENT
+        "TSAN_OPTIONS=suppressions=${CMAKE_SOURCE_DIR}/tests/sanitizer/tsan.supp:second_deadlock_stack=1")
+endif()
+
 function(kv_add_test name)
     cmake_parse_arguments(ARG "" "TIMEOUT" "SOURCES;LIBS;FIXTURES" ${ARGN})
     set(target tst_${name})
