@@ -1,0 +1,3 @@
+#include "KvMediaData.h"
+
+KvMediaData::~KvMediaData() = default;

@@ -1,0 +1,32 @@
+#pragma once
+
+#include "KvQueue.h"
+
+#include <QMutex>
+
+// A KvQueue shared between threads: every forwarded operation runs under one non-recursive mutex.
+// headNode()/tailNode() do not lock; a caller that walks the nodes takes lock() first, walks with
+// `next` (never a forwarded operation, which would deadlock) and calls unlock() after.
+class MutexQueue {
+public:
+    explicit MutexQueue(void (*freeFunc)(void*));
+    MutexQueue(const MutexQueue&) = delete;
+    MutexQueue& operator=(const MutexQueue&) = delete;
+    virtual ~MutexQueue();
+
+    virtual void* head();
+    virtual void* tail();
+    virtual void* pop();
+    virtual void* push(void* data);
+    virtual void* clear();
+    virtual int64_t size();
+
+    KvQueueNode* headNode();
+    KvQueueNode* tailNode();
+    void lock();
+    void unlock();
+
+private:
+    KvQueue* _queue; // owned; guarded by _mutex
+    QMutex* _mutex;  // owned
+};
