@@ -35,6 +35,10 @@ public:
     virtual void* clear();
     virtual int64_t size();
 
+    // The end nodes themselves, for looking at the links; ownership stays with the queue.
+    KvExtQueueNode* firstNode() { return _first; }
+    KvExtQueueNode* lastNode() { return _last; }
+
 private:
     int64_t _count = 0;
     void (*_freeFunc)(void*) = nullptr;
