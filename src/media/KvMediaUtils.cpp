@@ -6,6 +6,7 @@ extern "C" {
 #include <libavcodec/avcodec.h>
 #include <libavutil/frame.h>
 #include <libavutil/imgutils.h>
+#include <libavutil/opt.h>
 #include <libswscale/swscale.h>
 }
 
@@ -124,15 +125,62 @@ bool encodeDirect(AVCodecContext* encoder, const AVCodec* codec, const AVFrame* 
     return encodePicture(encoder, frame, packet);
 }
 
+// The scaler wants the full-range "J" formats spelled as their plain twins plus a range flag.
+AVPixelFormat plainFormat(AVPixelFormat format, bool* fullRange) {
+    switch (format) {
+    case AV_PIX_FMT_YUVJ420P:
+        *fullRange = true;
+        return AV_PIX_FMT_YUV420P;
+    case AV_PIX_FMT_YUVJ422P:
+        *fullRange = true;
+        return AV_PIX_FMT_YUV422P;
+    case AV_PIX_FMT_YUVJ444P:
+        *fullRange = true;
+        return AV_PIX_FMT_YUV444P;
+    case AV_PIX_FMT_YUVJ440P:
+        *fullRange = true;
+        return AV_PIX_FMT_YUV440P;
+    default:
+        return format;
+    }
+}
+
+// A scaler from the frame's format (and range) to full-range 4:2:0 of the same size.
+SwsContext* makeJpegScaler(const AVFrame* frame) {
+    bool sourceFullRange = frame->color_range == AVCOL_RANGE_JPEG;
+    const AVPixelFormat source =
+        plainFormat(static_cast<AVPixelFormat>(frame->format), &sourceFullRange);
+    bool targetFullRange = true;
+    const AVPixelFormat target = plainFormat(kJpegConvertedFormat, &targetFullRange);
+    // The ranges are options of the context before it is set up: the scaler picks its conversion
+    // (a plain copy between equal formats, or one that stretches limited to full range) then.
+    SwsContext* scaler = sws_alloc_context();
+    if (scaler == nullptr) {
+        return nullptr;
+    }
+    av_opt_set_int(scaler, "srcw", frame->width, 0);
+    av_opt_set_int(scaler, "srch", frame->height, 0);
+    av_opt_set_int(scaler, "src_format", source, 0);
+    av_opt_set_int(scaler, "src_range", sourceFullRange ? 1 : 0, 0);
+    av_opt_set_int(scaler, "dstw", frame->width, 0);
+    av_opt_set_int(scaler, "dsth", frame->height, 0);
+    av_opt_set_int(scaler, "dst_format", target, 0);
+    av_opt_set_int(scaler, "dst_range", targetFullRange ? 1 : 0, 0);
+    av_opt_set_int(scaler, "sws_flags", SWS_BICUBIC, 0);
+    if (sws_init_context(scaler, nullptr, nullptr) < 0) {
+        sws_freeContext(scaler);
+        return nullptr;
+    }
+    return scaler;
+}
+
 // Converts the picture to full-range 4:2:0 and encodes that.
 bool encodeConverted(AVCodecContext* encoder, const AVCodec* codec, const AVFrame* frame,
                      AVPacket* packet) {
     encoder->pix_fmt = kJpegConvertedFormat;
     const int width = frame->width;
     const int height = frame->height;
-    ScalerPtr scaler(sws_getContext(width, height, static_cast<AVPixelFormat>(frame->format), width,
-                                    height, kJpegConvertedFormat, SWS_BICUBIC, nullptr, nullptr,
-                                    nullptr));
+    ScalerPtr scaler(makeJpegScaler(frame));
     FramePtr converted(av_frame_alloc());
     if (!scaler || !converted) {
         return false;

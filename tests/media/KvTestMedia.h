@@ -8,6 +8,7 @@
 extern "C" {
 #include <libavcodec/avcodec.h>
 #include <libavutil/frame.h>
+#include <libavutil/opt.h>
 #include <libswscale/swscale.h>
 }
 
@@ -47,10 +48,30 @@ inline QImage frameToImage(const AVFrame* frame) {
         return {};
     }
     QImage image(frame->width, frame->height, QImage::Format_RGB888);
-    SwsContext* scaler = sws_getContext(
-        frame->width, frame->height, static_cast<AVPixelFormat>(frame->format), frame->width,
-        frame->height, AV_PIX_FMT_RGB24, SWS_BICUBIC, nullptr, nullptr, nullptr);
+    // Full-range "J" formats are given to the scaler as their plain twins plus a range flag.
+    AVPixelFormat source = static_cast<AVPixelFormat>(frame->format);
+    bool fullRange = frame->color_range == AVCOL_RANGE_JPEG;
+    if (source == AV_PIX_FMT_YUVJ420P || source == AV_PIX_FMT_YUVJ422P ||
+        source == AV_PIX_FMT_YUVJ444P) {
+        fullRange = true;
+        source = source == AV_PIX_FMT_YUVJ420P   ? AV_PIX_FMT_YUV420P
+                 : source == AV_PIX_FMT_YUVJ422P ? AV_PIX_FMT_YUV422P
+                                                 : AV_PIX_FMT_YUV444P;
+    }
+    SwsContext* scaler = sws_alloc_context();
     if (scaler == nullptr) {
+        return {};
+    }
+    av_opt_set_int(scaler, "srcw", frame->width, 0);
+    av_opt_set_int(scaler, "srch", frame->height, 0);
+    av_opt_set_int(scaler, "src_format", source, 0);
+    av_opt_set_int(scaler, "src_range", fullRange ? 1 : 0, 0);
+    av_opt_set_int(scaler, "dstw", frame->width, 0);
+    av_opt_set_int(scaler, "dsth", frame->height, 0);
+    av_opt_set_int(scaler, "dst_format", AV_PIX_FMT_RGB24, 0);
+    av_opt_set_int(scaler, "sws_flags", SWS_BICUBIC, 0);
+    if (sws_init_context(scaler, nullptr, nullptr) < 0) {
+        sws_freeContext(scaler);
         return {};
     }
     uint8_t* target[4] = {image.bits(), nullptr, nullptr, nullptr};
