@@ -7,6 +7,7 @@ extern "C" {
 #include <libavutil/frame.h>
 #include <libavutil/imgutils.h>
 #include <libavutil/opt.h>
+#include <libavutil/pixdesc.h>
 #include <libswscale/swscale.h>
 }
 
@@ -14,6 +15,7 @@ extern "C" {
 
 #include <cstring>
 #include <memory>
+#include <utility>
 
 namespace {
 
@@ -158,15 +160,19 @@ SwsContext* makeJpegScaler(const AVFrame* frame) {
     if (scaler == nullptr) {
         return nullptr;
     }
-    av_opt_set_int(scaler, "srcw", frame->width, 0);
-    av_opt_set_int(scaler, "srch", frame->height, 0);
-    av_opt_set_int(scaler, "src_format", source, 0);
-    av_opt_set_int(scaler, "src_range", sourceFullRange ? 1 : 0, 0);
-    av_opt_set_int(scaler, "dstw", frame->width, 0);
-    av_opt_set_int(scaler, "dsth", frame->height, 0);
-    av_opt_set_int(scaler, "dst_format", target, 0);
-    av_opt_set_int(scaler, "dst_range", targetFullRange ? 1 : 0, 0);
-    av_opt_set_int(scaler, "sws_flags", SWS_BICUBIC, 0);
+    const std::pair<const char*, int64_t> options[] = {
+        {"srcw", frame->width},     {"srch", frame->height},
+        {"src_format", source},     {"src_range", sourceFullRange ? 1 : 0},
+        {"dstw", frame->width},     {"dsth", frame->height},
+        {"dst_format", target},     {"dst_range", targetFullRange ? 1 : 0},
+        {"sws_flags", SWS_BICUBIC},
+    };
+    for (const auto& [name, value] : options) {
+        if (av_opt_set_int(scaler, name, value, 0) < 0) {
+            sws_freeContext(scaler);
+            return nullptr;
+        }
+    }
     if (sws_init_context(scaler, nullptr, nullptr) < 0) {
         sws_freeContext(scaler);
         return nullptr;
@@ -201,8 +207,10 @@ bool encodeConverted(AVCodecContext* encoder, const AVCodec* codec, const AVFram
     converted->height = height;
     converted->pts = 1;
     converted->quality = encoder->global_quality;
-    sws_scale(scaler.get(), frame->data, frame->linesize, 0, height, converted->data,
-              converted->linesize);
+    if (sws_scale(scaler.get(), frame->data, frame->linesize, 0, height, converted->data,
+                  converted->linesize) <= 0) {
+        return false;
+    }
     if (avcodec_open2(encoder, codec, nullptr) < 0) {
         return false;
     }
@@ -273,6 +281,8 @@ int readVideoInfo(const char* path, _video_info* info, const std::atomic<bool>* 
     ReaderPtr reader(new StreamReader());
     const int result = reader->startReading(path, nullptr);
     if (result < 0) {
+        // The failed open closed the reader already; it is only destroyed.
+        delete reader.release();
         return result;
     }
     info->duration = reader->getDuration();
@@ -314,7 +324,9 @@ int writeVideoThumb(const char* path, const QString& thumbPath, double seconds) 
 }
 
 int writeAVFrame2Jpg(const AVFrame* frame, const QString& path) {
-    if (frame == nullptr) {
+    // Nothing to encode: no picture, no size, no pixels or a format nobody knows.
+    if (frame == nullptr || frame->width <= 0 || frame->height <= 0 || frame->data[0] == nullptr ||
+        av_pix_fmt_desc_get(static_cast<AVPixelFormat>(frame->format)) == nullptr) {
         return 0;
     }
     const AVCodec* codec = avcodec_find_encoder(AV_CODEC_ID_MJPEG);

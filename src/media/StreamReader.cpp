@@ -82,6 +82,10 @@ void StreamReader::_closeDemuxer() {
 int StreamReader::_doOpenInput(const char* url, const AVInputFormat* format,
                                AVDictionary** options) {
     duration = 0.0;
+    // FFmpeg's probe does not survive a null name; no name is simply a file that is not there.
+    if (url == nullptr) {
+        url = "";
+    }
     int result = avformat_open_input(&formatContext, url, format, options);
     if (result < 0) {
         char text[kErrorTextSize] = {0};
