@@ -46,6 +46,8 @@ int StreamReader::startReading(const char* url, AVDictionary** options) {
 int StreamReader::startReading(const char* url, const AVInputFormat* format,
                                AVDictionary** options) {
     initFFmpeg();
+    // Reopening without stopReading() first must not leak the file that was open.
+    _closeDemuxer();
     formatContext = avformat_alloc_context();
     const int result = _doOpenInput(url, format, options);
     if (result < 0) {
