@@ -1,9 +1,9 @@
 #include "MutexExtQueue.h"
 
-#include <QMutexLocker>
+#include <mutex>
 
 MutexExtQueue::MutexExtQueue(void (*freeFunc)(void*))
-    : _queue(new KvExtQueue(freeFunc)), _mutex(new QMutex()) {}
+    : _queue(new KvExtQueue(freeFunc)), _mutex(new std::mutex()) {}
 
 MutexExtQueue::~MutexExtQueue() {
     delete _queue;
@@ -11,41 +11,41 @@ MutexExtQueue::~MutexExtQueue() {
 }
 
 void* MutexExtQueue::first() {
-    QMutexLocker locker(_mutex);
+    std::lock_guard<std::mutex> locker(*_mutex);
     return _queue->first();
 }
 
 void* MutexExtQueue::last() {
-    QMutexLocker locker(_mutex);
+    std::lock_guard<std::mutex> locker(*_mutex);
     return _queue->last();
 }
 
 void* MutexExtQueue::removeFirst() {
-    QMutexLocker locker(_mutex);
+    std::lock_guard<std::mutex> locker(*_mutex);
     return _queue->removeFirst();
 }
 
 void* MutexExtQueue::removeLast() {
-    QMutexLocker locker(_mutex);
+    std::lock_guard<std::mutex> locker(*_mutex);
     return _queue->removeLast();
 }
 
 void* MutexExtQueue::pushFirst(void* data) {
-    QMutexLocker locker(_mutex);
+    std::lock_guard<std::mutex> locker(*_mutex);
     return _queue->pushFirst(data);
 }
 
 void* MutexExtQueue::pushLast(void* data) {
-    QMutexLocker locker(_mutex);
+    std::lock_guard<std::mutex> locker(*_mutex);
     return _queue->pushLast(data);
 }
 
 void* MutexExtQueue::clear() {
-    QMutexLocker locker(_mutex);
+    std::lock_guard<std::mutex> locker(*_mutex);
     return _queue->clear();
 }
 
 int64_t MutexExtQueue::size() {
-    QMutexLocker locker(_mutex);
+    std::lock_guard<std::mutex> locker(*_mutex);
     return _queue->size();
 }

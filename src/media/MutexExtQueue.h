@@ -2,10 +2,11 @@
 
 #include "KvExtQueue.h"
 
-#include <QMutex>
+#include <mutex>
 
 // A KvExtQueue whose eight operations each run under one non-recursive mutex. It keeps the
 // double-ended queue's linking and its size() of 0.
+// Like MutexQueue it uses a std::mutex, which ThreadSanitizer understands.
 class MutexExtQueue {
 public:
     explicit MutexExtQueue(void (*freeFunc)(void*));
@@ -24,5 +25,5 @@ public:
 
 private:
     KvExtQueue* _queue; // owned; guarded by _mutex
-    QMutex* _mutex;     // owned
+    std::mutex* _mutex; // owned
 };

@@ -1,9 +1,9 @@
 #include "MutexQueue.h"
 
-#include <QMutexLocker>
+#include <mutex>
 
 MutexQueue::MutexQueue(void (*freeFunc)(void*))
-    : _queue(new KvQueue(freeFunc)), _mutex(new QMutex()) {}
+    : _queue(new KvQueue(freeFunc)), _mutex(new std::mutex()) {}
 
 MutexQueue::~MutexQueue() {
     delete _queue;
@@ -11,32 +11,32 @@ MutexQueue::~MutexQueue() {
 }
 
 void* MutexQueue::head() {
-    QMutexLocker locker(_mutex);
+    std::lock_guard<std::mutex> locker(*_mutex);
     return _queue->head();
 }
 
 void* MutexQueue::tail() {
-    QMutexLocker locker(_mutex);
+    std::lock_guard<std::mutex> locker(*_mutex);
     return _queue->tail();
 }
 
 void* MutexQueue::pop() {
-    QMutexLocker locker(_mutex);
+    std::lock_guard<std::mutex> locker(*_mutex);
     return _queue->pop();
 }
 
 void* MutexQueue::push(void* data) {
-    QMutexLocker locker(_mutex);
+    std::lock_guard<std::mutex> locker(*_mutex);
     return _queue->push(data);
 }
 
 void* MutexQueue::clear() {
-    QMutexLocker locker(_mutex);
+    std::lock_guard<std::mutex> locker(*_mutex);
     return _queue->clear();
 }
 
 int64_t MutexQueue::size() {
-    QMutexLocker locker(_mutex);
+    std::lock_guard<std::mutex> locker(*_mutex);
     return _queue->size();
 }
 

@@ -2,9 +2,12 @@
 
 #include "KvQueue.h"
 
-#include <QMutex>
+#include <mutex>
 
 // A KvQueue shared between threads: every forwarded operation runs under one non-recursive mutex.
+// The mutex is a std::mutex rather than a QMutex: QMutex waits inside QtCore on futexes that
+// ThreadSanitizer cannot see, so every hand-over through the queue would be reported as a race;
+// pthread mutexes are understood by it, and the behaviour (not recursive) is the same.
 // headNode()/tailNode() do not lock; a caller that walks the nodes takes lock() first, walks with
 // `next` (never a forwarded operation, which would deadlock) and calls unlock() after.
 class MutexQueue {
@@ -27,6 +30,6 @@ public:
     void unlock();
 
 private:
-    KvQueue* _queue; // owned; guarded by _mutex
-    QMutex* _mutex;  // owned
+    KvQueue* _queue;    // owned; guarded by _mutex
+    std::mutex* _mutex; // owned
 };
