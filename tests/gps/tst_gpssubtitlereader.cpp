@@ -422,6 +422,37 @@ private slots:
     }
     void textFromNothing() { QVERIFY(subtitleTextFromAss(nullptr, nullptr).isNull()); }
 
+    // Whatever a decoder hands over, the text the reader makes of it parses or is rejected
+    // without harm. (A mov_text cue holds at most 64 KiB, so the longest texts come here.)
+    void oddRectTexts_data() {
+        QTest::addColumn<QByteArray>("ass");
+        QTest::addColumn<int>("expected");
+        QByteArray const dialogue = "0,0,Default,,0,0,0,,";
+        QByteArray binary;
+        for (int i = 1; i < 256; ++i) {
+            binary += char(i);
+        }
+        QByteArray const sentence = "$GPRMC,101500,A,3110.1234,N,12130.5678,E,24.3,90.0,150326,,,A";
+        QTest::newRow("empty") << QByteArray() << -1;
+        QTest::newRow("empty text field") << dialogue << -1;
+        QTest::newRow("binary") << dialogue + binary << -1;
+        QTest::newRow("binary before a sentence") << dialogue + binary + sentence << 0;
+        QTest::newRow("100 KB of breaks")
+            << dialogue + QByteArray(50 * 1024, '\\').replace("\\", "\\N") << -1;
+        QTest::newRow("100 KB of letters") << dialogue + QByteArray(100 * 1024, 'x') << -1;
+        QTest::newRow("100 KB of commas") << dialogue + "$GPRMC" + QByteArray(100 * 1024, ',') << 0;
+        QTest::newRow("sentence, 100 KB g-sensor line")
+            << dialogue + sentence + "\\N$GSENSOR," + QByteArray(100 * 1024, ' ') << 0;
+        QTest::newRow("a break cut in half") << dialogue + sentence + "\\" << 0;
+    }
+    void oddRectTexts() {
+        QFETCH(QByteArray, ass);
+        QFETCH(int, expected);
+        QByteArray const text = subtitleTextFromAss(ass.constData(), nullptr);
+        KvLocation location;
+        QCOMPARE(KvLocation::locationFromText(text.constData(), &location), expected);
+    }
+
     // The dump writes every cue's ASS text back to back and returns -1 whatever happens.
     void subtitleDump() {
         QString const output = _dir.filePath("dump.txt");
