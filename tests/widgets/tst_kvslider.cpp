@@ -1,0 +1,177 @@
+#include "KvSlider.h"
+
+#include <QSignalSpy>
+#include <QWheelEvent>
+#include <QtTest>
+
+#include <cmath>
+#include <limits>
+
+namespace {
+
+// The time slider's shape in these tests: 500 pixels for the range 0..1000.
+constexpr int kWidth = 500;
+constexpr int kHeight = 32;
+
+struct ShownSlider {
+    KvSlider slider;
+    ShownSlider() {
+        slider.setOrientation(Qt::Horizontal);
+        slider.setRange(0, 1000);
+        slider.resize(kWidth, kHeight);
+        slider.show();
+    }
+};
+
+void press(KvSlider& slider, int x) {
+    QTest::mousePress(&slider, Qt::LeftButton, Qt::NoModifier, QPoint(x, kHeight / 2));
+}
+
+void release(KvSlider& slider, int x) {
+    QTest::mouseRelease(&slider, Qt::LeftButton, Qt::NoModifier, QPoint(x, kHeight / 2));
+}
+
+} // namespace
+
+class TestKvSlider : public QObject {
+    Q_OBJECT
+private slots:
+    void styleSheetUsesTheHandleImage();
+    void pressFarFromTheHandleJumps();
+    void pressNearTheHandleStartsADrag();
+    void thresholdIsTenValueUnits();
+    void releaseReportsAndClearsPressed();
+    void wheelNeverMovesTheSlider();
+    void progress();
+    void emptyRangeDoesNotDivideByZero();
+    void zeroWidthPressDoesNothing();
+    void wideRangeDoesNotOverflow();
+};
+
+void TestKvSlider::styleSheetUsesTheHandleImage() {
+    KvSlider slider;
+    QVERIFY(slider.styleSheet().contains("background-image:url(:resources/slider_normal.png)"));
+    QVERIFY(slider.styleSheet().contains("#f18d02"));
+    QVERIFY(slider.styleSheet().contains("#888888"));
+    QVERIFY(!slider.isPressed());
+}
+
+void TestKvSlider::pressFarFromTheHandleJumps() {
+    ShownSlider s;
+    QVERIFY(QTest::qWaitForWindowExposed(&s.slider));
+    s.slider.setValue(0);
+    press(s.slider, 250);
+    QCOMPARE(s.slider.value(), 500);
+    // The press was consumed: no drag started.
+    QVERIFY(!s.slider.isSliderDown());
+    release(s.slider, 250);
+    QCOMPARE(s.slider.value(), 500);
+}
+
+void TestKvSlider::pressNearTheHandleStartsADrag() {
+    ShownSlider s;
+    QVERIFY(QTest::qWaitForWindowExposed(&s.slider));
+    s.slider.setValue(495);
+    press(s.slider, 250);
+    QCOMPARE(s.slider.value(), 495);
+    QVERIFY(s.slider.isPressed());
+    QVERIFY(s.slider.isSliderDown());
+    // An ordinary drag: the handle follows the mouse.
+    QTest::mouseMove(&s.slider, QPoint(350, kHeight / 2));
+    QTRY_VERIFY(s.slider.value() > 650);
+    release(s.slider, 350);
+}
+
+void TestKvSlider::thresholdIsTenValueUnits() {
+    ShownSlider s;
+    QVERIFY(QTest::qWaitForWindowExposed(&s.slider));
+    // x = 250 targets 500: a distance of exactly 10 is not enough to jump...
+    s.slider.setValue(490);
+    press(s.slider, 250);
+    QCOMPARE(s.slider.value(), 490);
+    release(s.slider, 250);
+    // ...11 is.
+    s.slider.setValue(489);
+    press(s.slider, 250);
+    QCOMPARE(s.slider.value(), 500);
+    release(s.slider, 250);
+}
+
+void TestKvSlider::releaseReportsAndClearsPressed() {
+    ShownSlider s;
+    QVERIFY(QTest::qWaitForWindowExposed(&s.slider));
+    QSignalSpy released(&s.slider, &QSlider::sliderReleased);
+    s.slider.setValue(495);
+    press(s.slider, 250);
+    QVERIFY(s.slider.isPressed());
+    release(s.slider, 250);
+    QVERIFY(!s.slider.isPressed());
+    QCOMPARE(released.count(), 1);
+
+    // A jump press is consumed before the press handler, but its release is still reported.
+    s.slider.setValue(0);
+    press(s.slider, 400);
+    QVERIFY(!s.slider.isPressed());
+    release(s.slider, 400);
+    QCOMPARE(released.count(), 2);
+}
+
+void TestKvSlider::wheelNeverMovesTheSlider() {
+    ShownSlider s;
+    QVERIFY(QTest::qWaitForWindowExposed(&s.slider));
+    s.slider.setValue(300);
+    const QPointF position(250, kHeight / 2);
+    QWheelEvent wheel(position, s.slider.mapToGlobal(position.toPoint()), QPoint(0, 0),
+                      QPoint(0, 120), Qt::NoButton, Qt::NoModifier, Qt::NoScrollPhase, false);
+    QApplication::sendEvent(&s.slider, &wheel);
+    QCOMPARE(s.slider.value(), 300);
+    QVERIFY(!wheel.isAccepted()); // left for the parent
+}
+
+void TestKvSlider::progress() {
+    KvSlider slider;
+    slider.setRange(100, 200);
+    QCOMPARE(slider.getProgress(100), 0.0f);
+    QCOMPARE(slider.getProgress(200), 1.0f);
+    QCOMPARE(slider.getProgress(150), 0.5f);
+    slider.setValue(125);
+    QCOMPARE(slider.getCurrentProgress(), 0.25f);
+}
+
+void TestKvSlider::emptyRangeDoesNotDivideByZero() {
+    ShownSlider s;
+    QVERIFY(QTest::qWaitForWindowExposed(&s.slider));
+    s.slider.setRange(5, 5);
+    const float progress = s.slider.getProgress(5);
+    QVERIFY(std::isfinite(progress));
+    QCOMPARE(progress, 0.0f);
+    press(s.slider, 250);
+    release(s.slider, 250);
+    QCOMPARE(s.slider.value(), 5);
+}
+
+void TestKvSlider::zeroWidthPressDoesNothing() {
+    KvSlider slider;
+    slider.setRange(0, 1000);
+    slider.setValue(300);
+    slider.resize(0, kHeight);
+    QCOMPARE(slider.width(), 0);
+    QMouseEvent event(QEvent::MouseButtonPress, QPointF(0, 0), Qt::LeftButton, Qt::LeftButton,
+                      Qt::NoModifier);
+    QVERIFY(!slider.eventFilter(&slider, &event)); // not consumed: no jump
+    QCOMPARE(slider.value(), 300);
+}
+
+void TestKvSlider::wideRangeDoesNotOverflow() {
+    ShownSlider s;
+    QVERIFY(QTest::qWaitForWindowExposed(&s.slider));
+    s.slider.setRange(0, std::numeric_limits<int>::max());
+    s.slider.setValue(0);
+    press(s.slider, 400);
+    release(s.slider, 400);
+    // 2147483647 * 400 / 500, computed without overflow.
+    QCOMPARE(s.slider.value(), 1717986917);
+}
+
+QTEST_MAIN(TestKvSlider)
+#include "tst_kvslider.moc"
