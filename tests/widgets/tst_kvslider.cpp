@@ -37,6 +37,7 @@ class TestKvSlider : public QObject {
     Q_OBJECT
 private slots:
     void styleSheetUsesTheHandleImage();
+    void looksLikeAThinLineWithAnImageHandle();
     void pressFarFromTheHandleJumps();
     void pressNearTheHandleStartsADrag();
     void thresholdIsTenValueUnits();
@@ -54,6 +55,36 @@ void TestKvSlider::styleSheetUsesTheHandleImage() {
     QVERIFY(slider.styleSheet().contains("#f18d02"));
     QVERIFY(slider.styleSheet().contains("#888888"));
     QVERIFY(!slider.isPressed());
+}
+
+void TestKvSlider::looksLikeAThinLineWithAnImageHandle() {
+    ShownSlider s;
+    QVERIFY(QTest::qWaitForWindowExposed(&s.slider));
+    s.slider.setValue(500);
+    const QImage image = s.slider.grab().toImage().convertToFormat(QImage::Format_RGB32);
+    // Finds a pixel of the given colour (within a small tolerance) in a box around a point.
+    auto found = [&image](QPoint centre, int reach, QColor colour, int tolerance = 24) {
+        for (int y = centre.y() - reach; y <= centre.y() + reach; ++y) {
+            for (int x = centre.x() - reach; x <= centre.x() + reach; ++x) {
+                const QColor c(image.pixel(x, y));
+                if (qAbs(c.red() - colour.red()) < tolerance &&
+                    qAbs(c.green() - colour.green()) < tolerance &&
+                    qAbs(c.blue() - colour.blue()) < tolerance) {
+                    return true;
+                }
+            }
+        }
+        return false;
+    };
+    // Orange before the handle, grey after it, and the handle image (white with an accent ring)
+    // in the middle.
+    QVERIFY(found(QPoint(100, kHeight / 2), 4, QColor("#f18d02")));
+    QVERIFY(!found(QPoint(400, kHeight / 2), 4, QColor("#f18d02")));
+    QVERIFY(found(QPoint(400, kHeight / 2), 4, QColor("#888888")));
+    // (Pure white: the window around the slider is a lighter grey.)
+    QVERIFY(found(QPoint(250, kHeight / 2), 6, QColor("#ffffff"), 4));
+    QVERIFY(!found(QPoint(400, kHeight / 2), 6, QColor("#ffffff"), 4));
+    QVERIFY(found(QPoint(250, kHeight / 2), 6, QColor("#19a4ff")));
 }
 
 void TestKvSlider::pressFarFromTheHandleJumps() {
