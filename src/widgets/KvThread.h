@@ -23,4 +23,10 @@ public:
 protected:
     // Written by the owning thread through stop(), read by the running thread.
     std::atomic<bool> _stopped{false};
+
+private:
+    // Set by the running thread once run() has returned, read by join(). QThread's own end-of-run
+    // bookkeeping uses locks that thread checkers cannot see; this flag makes the hand-over of
+    // everything run() wrote explicit (see join()).
+    std::atomic<bool> _runEnded{false};
 };

@@ -25,4 +25,7 @@ private:
     KvWaitDialog* _dialog; // not owned; outlives the worker
     // Set by the GUI thread, polled by the work running on this thread.
     std::atomic<bool> _cancelled{false};
+    // Set by the worker once run() has returned, read by join(): the visible hand-over of what
+    // the work wrote to the GUI thread that then destroys the worker.
+    std::atomic<bool> _runEnded{false};
 };
