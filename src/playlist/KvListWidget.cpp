@@ -1,0 +1,116 @@
+#include "KvListWidget.h"
+
+#include "KvVideoInfoLoadThread.h"
+#include "KvVideoItemWidget.h"
+
+#include <QContextMenuEvent>
+#include <QCursor>
+#include <QScrollBar>
+
+namespace {
+const char* const ListStyle =
+    "QListView::item {border: 1px solid #dddddd; background:#dddddd;}"
+    "                QListView::item:hover {background:#eeeeee;}"
+    "                 QListView::item:selected {border: 1px solid #eeeeee; background:#eeeeee;}"
+    "                 QListView::item:selected:!active {background:#eeeeee;}"
+    "                 QListView::item:selected:active {background:#eeeeee;}";
+} // namespace
+
+KvListWidget::KvListWidget(QWidget* parent) : QListWidget(parent), _loader(nullptr) {
+    qRegisterMetaType<KvVideoInfo>("KvVideoInfo");
+    qRegisterMetaType<QPointer<KvVideoItemWidget>>("QPointer<KvVideoItemWidget>");
+    setStyleSheet(QLatin1String(ListStyle));
+}
+
+KvListWidget::~KvListWidget() {
+    cancelLoader();
+}
+
+KvVideoItemWidget* KvListWidget::addItemFast(const KvVideoInfo& info) {
+    auto* item = new QListWidgetItem();
+    item->setSizeHint(_rowSizeHint());
+    auto* widget = new KvVideoItemWidget(this);
+    widget->setVideoInfo(info);
+    widget->updateByVideoInfo(info);
+    addItem(item);
+    setItemWidget(item, widget);
+
+    if (!_loader) {
+        _loader = new KvVideoInfoLoadThread(this);
+        connect(_loader, &KvVideoInfoLoadThread::videoInfoLoaded, this,
+                &KvListWidget::_onVideoInfoLoaded, Qt::QueuedConnection);
+        connect(_loader, &QThread::finished, this, &KvListWidget::_onLoaderFinished);
+    }
+    _loader->addItemWidget(widget);
+    _startLoader();
+    return widget;
+}
+
+QWidget* KvListWidget::widgetAt(int row) {
+    return itemWidget(item(row));
+}
+
+QModelIndex KvListWidget::itemIndex(QListWidgetItem* item) {
+    return indexFromItem(item);
+}
+
+void KvListWidget::removeItem(const KvVideoInfo& info) {
+    // The row that moves up into a removed row's place is not looked at; the list's duplicate
+    // rule allows only one matching row anyway.
+    for (int row = 0; row < count(); ++row) {
+        auto* widget = qobject_cast<KvVideoItemWidget*>(widgetAt(row));
+        if (widget && widget->videoInfo() == info) {
+            // Nobody keeps a taken row, so it is freed here rather than leaked.
+            delete takeItem(row);
+        }
+    }
+}
+
+void KvListWidget::cancelLoader() {
+    if (!_loader) {
+        return;
+    }
+    if (_loader->isRunning()) {
+        _loader->stop();
+        _loader->join();
+    }
+    delete _loader;
+    _loader = nullptr;
+}
+
+void KvListWidget::focusInEvent(QFocusEvent* /*event*/) {
+    clearFocus();
+}
+
+void KvListWidget::contextMenuEvent(QContextMenuEvent* /*event*/) {
+    const QPoint local = viewport()->mapFromGlobal(QCursor::pos());
+    emit onContentMenuEvent(itemAt(local));
+}
+
+void KvListWidget::_onVideoInfoLoaded(QPointer<KvVideoItemWidget> widget, KvVideoInfo info) {
+    // The row may have been removed while its clips were being read.
+    if (!widget) {
+        return;
+    }
+    widget->videoInfo() = info;
+    widget->updateByVideoInfo(info);
+    emit onItemUpdated(widget.data());
+}
+
+void KvListWidget::_onLoaderFinished() {
+    // A row queued just as the loader found its queue empty would otherwise wait for the next
+    // row to be added.
+    if (_loader && !_loader->isStopped() && _loader->hasQueuedItems()) {
+        _startLoader();
+    }
+}
+
+QSize KvListWidget::_rowSizeHint() const {
+    return QSize(width() - verticalScrollBar()->width(), KvVideoItemWidget::RowHeight);
+}
+
+void KvListWidget::_startLoader() {
+    if (!_loader->isRunning() && !_loader->isStopped()) {
+        _loader->start();
+    }
+}

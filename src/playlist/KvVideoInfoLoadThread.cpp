@@ -1,0 +1,63 @@
+#include "KvVideoInfoLoadThread.h"
+
+#include "KvFileUtils.h"
+#include "KvMediaUtils.h"
+#include "KvVideoItemWidget.h"
+
+#include <QDebug>
+
+KvVideoInfoLoadThread::KvVideoInfoLoadThread(QObject* parent) : KvThread(parent) {}
+
+void KvVideoInfoLoadThread::addItemWidget(KvVideoItemWidget* widget) {
+    QMutexLocker locker(&_mutex);
+    qDebug("KvVideoInfoLoadThread %p addItemWidget began", static_cast<void*>(this));
+    _queue.append(Job{QPointer<KvVideoItemWidget>(widget), widget->videoInfo()});
+    qDebug("KvVideoInfoLoadThread %p addItemWidget ended", static_cast<void*>(this));
+}
+
+bool KvVideoInfoLoadThread::hasQueuedItems() {
+    QMutexLocker locker(&_mutex);
+    return !_queue.isEmpty();
+}
+
+bool KvVideoInfoLoadThread::_takeJob(Job& job) {
+    QMutexLocker locker(&_mutex);
+    if (_queue.isEmpty()) {
+        return false;
+    }
+    job = _queue.takeFirst();
+    return true;
+}
+
+void KvVideoInfoLoadThread::run() {
+    qDebug("KvVideoInfoLoadThread %p began", static_cast<void*>(this));
+    Job job;
+    while (!isStopped() && _takeJob(job)) {
+        const KvVideoInfo loaded = loadVideoInfo(job.info, &_stopped);
+        emit videoInfoLoaded(job.widget, loaded);
+    }
+    qDebug("KvVideoInfoLoadThread %p ended", static_cast<void*>(this));
+}
+
+KvVideoInfo KvVideoInfoLoadThread::loadVideoInfo(const KvVideoInfo& info,
+                                                 const std::atomic<bool>* stop) {
+    KvVideoInfo result = info;
+    for (KvVideo& video : result.videos) {
+        if (video.isInfoLoaded()) {
+            continue;
+        }
+        if (video.thumb.isEmpty()) {
+            // The cache holds one thumbnail per clip file name: clip.MP4 -> clip.MP4.jpg.
+            video.thumb = QStringLiteral("%1/%2.jpg").arg(KvFileUtils().getCacheRoot(), video.name);
+        }
+        _video_info details;
+        details.thumbPath = video.thumb;
+        if (readVideoInfo(video.path.toUtf8().constData(), &details, stop) >= 0) {
+            video.width = details.width;
+            video.height = details.height;
+            video.fps = details.fps;
+            video.duration = details.duration;
+        }
+    }
+    return result;
+}

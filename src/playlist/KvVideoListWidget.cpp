@@ -1,0 +1,420 @@
+#include "KvVideoListWidget.h"
+
+#include "KvFileUtils.h"
+#include "KvLanguage.h"
+#include "KvListWidget.h"
+#include "KvStringUtil.h"
+#include "KvVideoItemWidget.h"
+
+#include <QAction>
+#include <QCursor>
+#include <QDebug>
+#include <QDesktopServices>
+#include <QMenu>
+#include <QResizeEvent>
+
+namespace {
+const char* const PopMenuStyle =
+    "QMenu{background-color: #989898;border: 0px solid white;color:white;}\n"
+    " QMenu::item{background-color: transparent;padding:4px 20px;margin:0px 0px;"
+    "border-bottom:1px solid #DBDBDB;}\n"
+    "QMenu::item:selected { background-color: #2dabf9;}";
+
+const char* const ScannedExtensions[] = {".mp4", ".MP4", ".avi", ".AVI", ".mov", ".MOV"};
+const char* const SupportedExtensions[] = {".mp4", ".avi", ".mov"};
+
+// Replaces the camera letter at the end of a base name with the partner's letter.
+QString partnerBaseName(const QString& base, QChar own, QChar partner) {
+    return base.endsWith(own) ? base.left(base.size() - 1) + partner : base;
+}
+} // namespace
+
+KvVideoListWidget::KvVideoListWidget(QWidget* parent)
+    : QWidget(parent), _list(new KvListWidget(this)), _contextItem(nullptr), _popMenu(nullptr),
+      _openInExploreAction(new QAction(KvLanguage::kvtr("open_in_explore"), this)),
+      _removeAction(new QAction(KvLanguage::kvtr("remove"), this)),
+      _removeInvalidFilesAction(new QAction(KvLanguage::kvtr("remove_invalid_files"), this)),
+      _clearPlaylistAction(new QAction(KvLanguage::kvtr("clear_playlist"), this)) {
+    _list->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    _list->setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOn);
+    connect(_list, &QAbstractItemView::doubleClicked, this,
+            &KvVideoListWidget::onDoubleClickListWidgetItem);
+    connect(_list, &KvListWidget::onContentMenuEvent, this,
+            &KvVideoListWidget::onListWidgetContentMenuEvent);
+    loadPlayList();
+}
+
+void KvVideoListWidget::loadPlayList() {
+    const QString folder = KvFileUtils().getPlayListRoot();
+    const QDir dir(folder);
+    const QFileInfoList entries =
+        dir.entryInfoList(QDir::Files | QDir::NoSymLinks | QDir::Hidden, QDir::Unsorted);
+    qDebug("%s", qUtf8Printable(folder));
+    for (const QFileInfo& entry : entries) {
+        if (entry.fileName().endsWith(QLatin1String(".xml"))) {
+            // An unreadable file gives an entry without clips; it is shown as a row on purpose.
+            addFile(KvVideoInfo::readFromFile(entry.absoluteFilePath()), false);
+        }
+    }
+}
+
+bool KvVideoListWidget::isSupportsFile(const QString& path) {
+    for (const char* ext : SupportedExtensions) {
+        if (path.endsWith(QLatin1String(ext), Qt::CaseInsensitive)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+bool KvVideoListWidget::isScannedFile(const QString& name) {
+    for (const char* ext : ScannedExtensions) {
+        if (name.endsWith(QLatin1String(ext))) {
+            return true;
+        }
+    }
+    return false;
+}
+
+bool KvVideoListWidget::isFrontVideo(const QString& path) {
+    return KvStringUtil::pathDup(path).endsWith(QLatin1Char('F'));
+}
+
+bool KvVideoListWidget::isRearVideo(const QString& path) {
+    return KvStringUtil::pathDup(path).endsWith(QLatin1Char('R'));
+}
+
+QString KvVideoListWidget::findOtherVideo(const QString& path) {
+    if (!QFileInfo::exists(path)) {
+        return QString();
+    }
+    const QString dir = KvStringUtil::pathDup(path);
+    const QString name = KvStringUtil::getFileName(path);
+    const QString base = KvStringUtil::getSingleFileName(name);
+    const QString ext = KvStringUtil::getPathExt(name);
+    const QString parent = KvStringUtil::pathDup(dir);
+    if (dir.endsWith(QLatin1Char('F'))) {
+        return QStringLiteral("%1/R/%2.%3")
+            .arg(parent, partnerBaseName(base, QLatin1Char('F'), QLatin1Char('R')), ext);
+    }
+    if (dir.endsWith(QLatin1Char('R'))) {
+        return QStringLiteral("%1/F/%2.%3")
+            .arg(parent, partnerBaseName(base, QLatin1Char('R'), QLatin1Char('F')), ext);
+    }
+    return QString();
+}
+
+int KvVideoListWidget::convertFile(const QString& path, KvVideoInfo* info) {
+    info->clear();
+    info->name = KvStringUtil::getFileName(path);
+    const bool front = isFrontVideo(path);
+    const bool rear = !front && isRearVideo(path);
+    const QString partner = front || rear ? findOtherVideo(path) : QString();
+    const bool paired = !partner.isEmpty() && QFileInfo::exists(partner);
+    if (paired && rear) {
+        // The front clip always comes first.
+        info->appendVideo(partner);
+        info->appendVideo(path);
+    } else if (paired) {
+        info->appendVideo(path);
+        info->appendVideo(partner);
+    } else {
+        info->appendVideo(path);
+    }
+    return 0;
+}
+
+bool KvVideoListWidget::isSpecialDirectory(const QFileInfo& info) {
+    const QString name = info.fileName();
+    return name.endsWith(QLatin1Char('.')) || name.startsWith(QLatin1Char('$'));
+}
+
+bool KvVideoListWidget::_isSpecialDirectory(const QFileInfo& info) {
+    return isSpecialDirectory(info);
+}
+
+void KvVideoListWidget::addFile(const QString& path, bool save) {
+    KvVideoInfo info;
+    convertFile(path, &info);
+    addFile(info, save);
+}
+
+void KvVideoListWidget::addFile(const QUrl& url, bool save) {
+    addFile(url.path(QUrl::FullyDecoded), save);
+}
+
+void KvVideoListWidget::addFile(const KvVideoInfo& info, bool save) {
+    for (const KvVideo& video : info.videos) {
+        if (!isSupportsFile(video.path)) {
+            return;
+        }
+    }
+    if (_findDuplicateRow(info) >= 0) {
+        return;
+    }
+    _list->addItemFast(info);
+    if (save) {
+        const QString path = entryFilePath(info);
+        qDebug() << "path -> " << path;
+        info.writeToFile(path);
+    }
+}
+
+void KvVideoListWidget::addFiles(const QList<KvVideoInfo>& infos, bool save) {
+    for (const KvVideoInfo& info : infos) {
+        addFile(info, save);
+    }
+}
+
+void KvVideoListWidget::addFiles(const QStringList& paths, bool save) {
+    for (const QString& path : paths) {
+        addFile(path, save);
+    }
+}
+
+void KvVideoListWidget::addFiles(const QList<QUrl>& urls, bool save) {
+    for (const QUrl& url : urls) {
+        addFile(url, save);
+    }
+}
+
+void KvVideoListWidget::addDir(const QString& path, bool save) {
+    addDir(QDir(path), save);
+}
+
+void KvVideoListWidget::addDir(const QDir& dir, bool save) {
+    if (!dir.exists()) {
+        return;
+    }
+    const QFileInfoList entries =
+        dir.entryInfoList(QDir::Files | QDir::NoSymLinks | QDir::Hidden, QDir::Unsorted);
+    for (const QFileInfo& entry : entries) {
+        if (isScannedFile(entry.fileName())) {
+            addFile(entry.absoluteFilePath(), save);
+        }
+    }
+}
+
+void KvVideoListWidget::addDrive(const QDir& dir, bool save) {
+    addDirDepth(dir, save, nullptr);
+}
+
+void KvVideoListWidget::addDirDepth(const QDir& dir, bool save, bool* cancel) {
+    if (cancel && *cancel) {
+        return;
+    }
+    QSet<QString> visited;
+    _addDirDepth(dir, save, visited);
+}
+
+void KvVideoListWidget::_addDirDepth(const QDir& dir, bool save, QSet<QString>& visited) {
+    // A symbolic link back up the tree would otherwise make the walk endless.
+    const QString canonical = dir.canonicalPath();
+    if (canonical.isEmpty() || visited.contains(canonical)) {
+        return;
+    }
+    visited.insert(canonical);
+    const QFileInfoList entries =
+        dir.entryInfoList(QDir::AllEntries | QDir::Hidden | QDir::System, QDir::Unsorted);
+    for (const QFileInfo& entry : entries) {
+        if (entry.isDir()) {
+            if (!_isSpecialDirectory(entry)) {
+                _addDirDepth(QDir(entry.absoluteFilePath()), save, visited);
+            }
+        } else if (isScannedFile(entry.fileName())) {
+            qDebug() << "add file -> " << entry.absoluteFilePath();
+            addFile(entry.absoluteFilePath(), save);
+        }
+    }
+}
+
+void KvVideoListWidget::reloadLanguage() {
+    _openInExploreAction->setText(KvLanguage::kvtr("open_in_explore"));
+    _removeAction->setText(KvLanguage::kvtr("remove"));
+    _removeInvalidFilesAction->setText(KvLanguage::kvtr("remove_invalid_files"));
+    _clearPlaylistAction->setText(KvLanguage::kvtr("clear_playlist"));
+}
+
+void KvVideoListWidget::setCurrentItem(const QString& path) {
+    for (int row = 0; row < _list->count(); ++row) {
+        const KvVideoInfo info = _entryAt(row);
+        if (!info.videos.isEmpty() && info.videos.first().path == path) {
+            _current = info;
+            _list->setCurrentRow(row);
+            return;
+        }
+    }
+}
+
+void KvVideoListWidget::setCurrentItem(const KvVideoInfo& info) {
+    const int row = _findRow(info);
+    if (row >= 0) {
+        _current = _entryAt(row);
+        _list->setCurrentRow(row);
+    }
+}
+
+KvVideoInfo& KvVideoListWidget::getCurrentItem() {
+    return _current;
+}
+
+KvVideoInfo KvVideoListWidget::findPrevVideoInfo(const KvVideoInfo& info) {
+    if (_list->count() < 2) {
+        return KvVideoInfo();
+    }
+    for (int row = 1; row < _list->count(); ++row) {
+        if (_entryAt(row) == info) {
+            return _entryAt(row - 1);
+        }
+    }
+    return KvVideoInfo();
+}
+
+KvVideoInfo KvVideoListWidget::findNextVideoInfo(const KvVideoInfo& info) {
+    if (_list->count() < 2) {
+        return KvVideoInfo();
+    }
+    const int row = _findRow(info);
+    if (row < 0 || row + 1 >= _list->count()) {
+        return KvVideoInfo();
+    }
+    return _entryAt(row + 1);
+}
+
+QString KvVideoListWidget::entryFilePath(const KvVideoInfo& info) {
+    const QString folder = QDir(KvFileUtils().getPlayListRoot()).absolutePath();
+    return QStringLiteral("%1/%2.xml").arg(folder, info.indentifer());
+}
+
+QString KvVideoListWidget::_removedEntryFilePath(const KvVideoInfo& info) {
+    // Entry files are written under the identifier but deleted under the name. For entries with
+    // clips the two differ, so a removed entry comes back at the next start unless the playlist
+    // is cleared; the player has always behaved so.
+    const QString folder = QDir(KvFileUtils().getPlayListRoot()).absolutePath();
+    return QStringLiteral("%1/%2.xml").arg(folder, info.name);
+}
+
+void KvVideoListWidget::onDoubleClickListWidgetItem(const QModelIndex& index) {
+    auto* widget = qobject_cast<KvVideoItemWidget*>(_list->widgetAt(index.row()));
+    if (widget) {
+        emit onDoubleClickVideoInfo(widget->videoInfo());
+    }
+}
+
+void KvVideoListWidget::onListWidgetContentMenuEvent(QListWidgetItem* item) {
+    _buildPopMenu(item);
+    _popMenu->exec(QCursor::pos());
+}
+
+void KvVideoListWidget::_buildPopMenu(QListWidgetItem* item) {
+    delete _popMenu;
+    _popMenu = new QMenu(this);
+    _popMenu->setStyleSheet(QLatin1String(PopMenuStyle));
+    if (item) {
+        _popMenu->addAction(_openInExploreAction);
+        _popMenu->addAction(_removeAction);
+    }
+    _popMenu->addAction(_removeInvalidFilesAction);
+    _popMenu->addAction(_clearPlaylistAction);
+    _contextItem = item;
+    connect(_popMenu, &QMenu::triggered, this, &KvVideoListWidget::onPopMenuTriggered);
+}
+
+void KvVideoListWidget::onPopMenuTriggered(QAction* action) {
+    if (action == _openInExploreAction) {
+        _openInExplore();
+    } else if (action == _removeAction) {
+        _removeContextEntry();
+    } else if (action == _removeInvalidFilesAction) {
+        _removeInvalidFiles();
+    } else if (action == _clearPlaylistAction) {
+        _clearPlaylist();
+    }
+}
+
+void KvVideoListWidget::_openInExplore() {
+    if (!_contextItem) {
+        return;
+    }
+    auto* widget = qobject_cast<KvVideoItemWidget*>(_list->itemWidget(_contextItem));
+    if (!widget || widget->videoInfo().videos.isEmpty()) {
+        return;
+    }
+    const QString clip = widget->videoInfo().videos.first().path;
+    QDesktopServices::openUrl(
+        QUrl(QStringLiteral("file:///%1").arg(QFileInfo(clip).absolutePath())));
+}
+
+void KvVideoListWidget::_removeContextEntry() {
+    if (!_contextItem) {
+        return;
+    }
+    auto* widget = qobject_cast<KvVideoItemWidget*>(_list->itemWidget(_contextItem));
+    if (!widget) {
+        return;
+    }
+    const KvVideoInfo info = widget->videoInfo();
+    KvFileUtils::deleteFile(_removedEntryFilePath(info));
+    _contextItem = nullptr;
+    _list->removeItem(info);
+}
+
+void KvVideoListWidget::_removeInvalidFiles() {
+    QList<KvVideoInfo> kept;
+    for (int row = 0; row < _list->count(); ++row) {
+        const KvVideoInfo info = _entryAt(row);
+        if (info.isValid()) {
+            kept.append(info);
+        } else {
+            KvFileUtils::deleteFile(_removedEntryFilePath(info));
+        }
+    }
+    // The loader may be working on a row that is about to go.
+    _list->cancelLoader();
+    _contextItem = nullptr;
+    _list->clear();
+    addFiles(kept, false);
+}
+
+void KvVideoListWidget::_clearPlaylist() {
+    KvFileUtils::deleteDir(KvFileUtils().getPlayListRoot());
+    _list->cancelLoader();
+    _contextItem = nullptr;
+    _list->clear();
+}
+
+void KvVideoListWidget::resizeEvent(QResizeEvent* event) {
+    QWidget::resizeEvent(event);
+    _list->setGeometry(0, 0, width(), height());
+}
+
+KvVideoInfo KvVideoListWidget::_entryAt(int row) const {
+    auto* widget = qobject_cast<KvVideoItemWidget*>(_list->widgetAt(row));
+    return widget ? widget->videoInfo() : KvVideoInfo();
+}
+
+int KvVideoListWidget::_findDuplicateRow(const KvVideoInfo& info) const {
+    // A recording is in the list once, however it was reached: picking the rear clip of a pair
+    // names the entry after the rear clip, yet it holds the same clips as the entry reached
+    // through the front clip. So clips decide, not names; entries without clips (unreadable
+    // entry files) compare as whole entries.
+    for (int row = 0; row < _list->count(); ++row) {
+        const KvVideoInfo existing = _entryAt(row);
+        const bool same = info.videos.isEmpty() || existing.videos.isEmpty()
+                              ? existing == info
+                              : existing.videos == info.videos;
+        if (same) {
+            return row;
+        }
+    }
+    return -1;
+}
+
+int KvVideoListWidget::_findRow(const KvVideoInfo& info) const {
+    for (int row = 0; row < _list->count(); ++row) {
+        if (_entryAt(row) == info) {
+            return row;
+        }
+    }
+    return -1;
+}

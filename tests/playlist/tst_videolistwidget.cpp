@@ -1,0 +1,603 @@
+#include "KvAddFileDialog.h"
+#include "KvFileUtils.h"
+#include "KvListWidget.h"
+#include "KvVideoItemWidget.h"
+#include "KvVideoListWidget.h"
+
+#include <QAction>
+#include <QDesktopServices>
+#include <QLabel>
+#include <QMenu>
+#include <QtTest>
+
+#include <functional>
+
+// Catches what the player asks the desktop to open.
+class UrlCatcher : public QObject {
+    Q_OBJECT
+public:
+    QList<QUrl> urls;
+public slots:
+    void open(const QUrl& url) { urls.append(url); }
+};
+
+class TestVideoListWidget : public QObject {
+    Q_OBJECT
+private slots:
+    void initTestCase();
+    void init();
+    void cleanup();
+    void cleanupTestCase();
+
+    void cameraFolders();
+    void partnerPaths();
+    void partnerOfMissingFileIsEmpty();
+    void backslashPathsSplitAsDescribed();
+    void convertFrontRearAndSingle();
+    void supportedAndScannedExtensions();
+    void sameClipOrPartnerAddsOneRow();
+    void partnerAddedLaterGivesNewEntry();
+    void unsupportedEntryIsIgnored();
+    void savedEntriesComeBackAfterRestart();
+    void unreadableEntryFileShowsEmptyRow();
+    void playlistFolderRecreatedWhenMissing();
+    void addDirDoesNotDescend();
+    void addDirDepthSkipsSpecialFoldersAndLinkLoops();
+    void addDirDepthCancelledBeforeStart();
+    void prevAndNextAtBothEnds();
+    void setCurrentByPathAndEntry();
+    void doubleClickEmitsEntry();
+    void menuOnRowAndOnEmptySpace();
+    void openInExploreUrl();
+    void removeDeletesFileNamedByName();
+    void removeInvalidFiles();
+    void clearPlaylist();
+    void reloadLanguageKeepsKeys();
+    void addFileDialogScansCard();
+    void cancelledScanStopsBeforeNextEntry();
+    void scanOfMissingOrUnreadableFolder();
+    void clipVanishingBeforeLoadKeepsZeros();
+
+private:
+    QString _touch(const QString& relative);
+    QString _copyClip(const QString& relative);
+    QStringList _playlistFiles() const;
+    static KvVideoInfo _rowEntry(KvVideoListWidget& widget, int row);
+    // Runs check on the next context menu the widget pops up, then closes it.
+    void _onNextMenu(const std::function<void(QMenu*)>& check);
+
+    QTemporaryDir* _dir = nullptr;
+    QString _sourceClip;
+};
+
+void TestVideoListWidget::initTestCase() {
+    QStandardPaths::setTestModeEnabled(true);
+    QCoreApplication::setOrganizationName("dashcam-player-test");
+    QCoreApplication::setApplicationName("tst_videolistwidget");
+    _sourceClip = QStringLiteral(KV_TEST_MEDIA_DIR "/no-audio.mp4");
+    QVERIFY2(QFile::exists(_sourceClip), "test clips missing");
+}
+
+void TestVideoListWidget::init() {
+    _dir = new QTemporaryDir();
+    QVERIFY(_dir->isValid());
+    QDir(KvFileUtils().getPlayListRoot()).removeRecursively();
+}
+
+void TestVideoListWidget::cleanup() {
+    delete _dir;
+    _dir = nullptr;
+}
+
+void TestVideoListWidget::cleanupTestCase() {
+    QDir(KvFileUtils::getRoot()).removeRecursively();
+    QDir(KvFileUtils::getTempRoot()).removeRecursively();
+}
+
+QString TestVideoListWidget::_touch(const QString& relative) {
+    const QString path = _dir->filePath(relative);
+    QDir().mkpath(QFileInfo(path).absolutePath());
+    QFile file(path);
+    file.open(QIODevice::WriteOnly);
+    file.write("not really a clip");
+    return path;
+}
+
+QString TestVideoListWidget::_copyClip(const QString& relative) {
+    const QString path = _dir->filePath(relative);
+    QDir().mkpath(QFileInfo(path).absolutePath());
+    QFile::copy(_sourceClip, path);
+    return path;
+}
+
+QStringList TestVideoListWidget::_playlistFiles() const {
+    QStringList files = QDir(KvFileUtils().getPlayListRoot()).entryList(QDir::Files);
+    files.sort();
+    return files;
+}
+
+KvVideoInfo TestVideoListWidget::_rowEntry(KvVideoListWidget& widget, int row) {
+    auto* item = qobject_cast<KvVideoItemWidget*>(widget.listWidget()->widgetAt(row));
+    return item ? item->videoInfo() : KvVideoInfo();
+}
+
+void TestVideoListWidget::_onNextMenu(const std::function<void(QMenu*)>& check) {
+    QTimer::singleShot(100, this, [check] {
+        auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
+        QVERIFY(menu);
+        check(menu);
+        menu->close();
+    });
+}
+
+void TestVideoListWidget::cameraFolders() {
+    QVERIFY(KvVideoListWidget::isFrontVideo("/card/DCIM/F/a.MP4"));
+    QVERIFY(KvVideoListWidget::isFrontVideo("/card/DCIM/MOVIEF/a.MP4"));
+    QVERIFY(!KvVideoListWidget::isFrontVideo("/card/DCIM/f/a.MP4"));
+    QVERIFY(KvVideoListWidget::isRearVideo("/card/DCIM/R/a.MP4"));
+    QVERIFY(!KvVideoListWidget::isRearVideo("/card/DCIM/F/a.MP4"));
+    QVERIFY(!KvVideoListWidget::isFrontVideo("/card/DCIM/a_F.MP4"));
+    QVERIFY(!KvVideoListWidget::isFrontVideo("clipF.MP4"));
+}
+
+void TestVideoListWidget::partnerPaths() {
+    const QString root = _dir->path();
+    const QString front = _touch("DCIM/F/20190101_120000F.MP4");
+    QCOMPARE(KvVideoListWidget::findOtherVideo(front), root + "/DCIM/R/20190101_120000R.MP4");
+    const QString rear = _touch("DCIM/R/20190101_120000R.MP4");
+    QCOMPARE(KvVideoListWidget::findOtherVideo(rear), root + "/DCIM/F/20190101_120000F.MP4");
+    // A name without the camera letter keeps its base name.
+    const QString plain = _touch("DCIM/F/FILE0001.MP4");
+    QCOMPARE(KvVideoListWidget::findOtherVideo(plain), root + "/DCIM/R/FILE0001.MP4");
+    // The partner folder is named exactly R, whatever the camera folder's full name.
+    const QString movie = _touch("DCIM/MOVIEF/A.MP4");
+    QCOMPARE(KvVideoListWidget::findOtherVideo(movie), root + "/DCIM/R/A.MP4");
+    const QString single = _touch("DCIM/MOVIE/A.MP4");
+    QCOMPARE(KvVideoListWidget::findOtherVideo(single), QString());
+}
+
+void TestVideoListWidget::partnerOfMissingFileIsEmpty() {
+    QCOMPARE(KvVideoListWidget::findOtherVideo(_dir->filePath("DCIM/F/gone_001F.MP4")), QString());
+}
+
+void TestVideoListWidget::backslashPathsSplitAsDescribed() {
+    // The folder part ends at the last '/' or '\', the file name starts after the last '/'.
+    const QString path = _touch("card/DCIM\\F\\clip_001F.MP4");
+    QVERIFY(KvVideoListWidget::isFrontVideo(path));
+    QCOMPARE(KvVideoListWidget::findOtherVideo(path),
+             _dir->filePath("card/DCIM/R/DCIM\\F\\clip_001R.MP4"));
+    KvVideoInfo info;
+    QCOMPARE(KvVideoListWidget::convertFile("D:\\DCIM\\F\\a_001F.MP4", &info), 0);
+    QCOMPARE(info.name, QString("D:\\DCIM\\F\\a_001F.MP4"));
+    QCOMPARE(info.videos.size(), 1);
+}
+
+void TestVideoListWidget::convertFrontRearAndSingle() {
+    const QString front = _touch("DCIM/F/2026_001F.MP4");
+    KvVideoInfo info;
+    KvVideoListWidget::convertFile(front, &info);
+    QCOMPARE(info.videos.size(), 1);
+    QCOMPARE(info.name, QString("2026_001F.MP4"));
+
+    const QString rear = _touch("DCIM/R/2026_001R.MP4");
+    KvVideoListWidget::convertFile(front, &info);
+    QCOMPARE(info.videos.size(), 2);
+    QCOMPARE(info.videos.at(0).path, front);
+    QCOMPARE(info.videos.at(1).path, rear);
+
+    // Picking the rear clip: the front clip still comes first, the name is the rear clip's.
+    KvVideoListWidget::convertFile(rear, &info);
+    QCOMPARE(info.videos.size(), 2);
+    QCOMPARE(info.videos.at(0).path, front);
+    QCOMPARE(info.videos.at(1).path, rear);
+    QCOMPARE(info.name, QString("2026_001R.MP4"));
+
+    const QString lonelyRear = _touch("DCIM/R/2026_002R.MP4");
+    KvVideoListWidget::convertFile(lonelyRear, &info);
+    QCOMPARE(info.videos.size(), 1);
+    QCOMPARE(info.videos.at(0).path, lonelyRear);
+
+    const QString single = _touch(QString::fromUtf8("行车 记录/clip 1.mov"));
+    KvVideoListWidget::convertFile(single, &info);
+    QCOMPARE(info.videos.size(), 1);
+    QCOMPARE(info.name, QString::fromUtf8("clip 1.mov"));
+}
+
+void TestVideoListWidget::supportedAndScannedExtensions() {
+    QVERIFY(KvVideoListWidget::isSupportsFile("/x/CLIP.Mp4"));
+    QVERIFY(KvVideoListWidget::isSupportsFile("/x/clip.AVI"));
+    QVERIFY(KvVideoListWidget::isSupportsFile("/x/clip.mov"));
+    QVERIFY(!KvVideoListWidget::isSupportsFile("/x/clip.mkv"));
+    QVERIFY(!KvVideoListWidget::isSupportsFile("/x/clip.mp4.jpg"));
+    QVERIFY(!KvVideoListWidget::isScannedFile("CLIP.Mp4"));
+    QVERIFY(KvVideoListWidget::isScannedFile("CLIP.MP4"));
+    QVERIFY(KvVideoListWidget::isScannedFile("clip.mov"));
+
+    _touch("mixed/CLIP.Mp4");
+    _touch("mixed/clip.MOV");
+    KvVideoListWidget widget;
+    widget.addDir(_dir->filePath("mixed"), false);
+    QCOMPARE(widget.listWidget()->count(), 1);
+    widget.addFile(_dir->filePath("mixed/CLIP.Mp4"), false);
+    QCOMPARE(widget.listWidget()->count(), 2);
+}
+
+void TestVideoListWidget::sameClipOrPartnerAddsOneRow() {
+    const QString front = _touch("DCIM/F/a_001F.MP4");
+    const QString rear = _touch("DCIM/R/a_001R.MP4");
+    KvVideoListWidget widget;
+    widget.addFile(front, false);
+    widget.addFile(front, false);
+    QCOMPARE(widget.listWidget()->count(), 1);
+    // The partner gives the same clips under another name: still the same recording.
+    widget.addFile(rear, false);
+    QCOMPARE(widget.listWidget()->count(), 1);
+    QCOMPARE(_rowEntry(widget, 0).name, QString("a_001F.MP4"));
+    widget.addFile(QUrl::fromLocalFile(front), false);
+    widget.addFiles(QStringList{front, rear}, false);
+    QCOMPARE(widget.listWidget()->count(), 1);
+}
+
+void TestVideoListWidget::partnerAddedLaterGivesNewEntry() {
+    const QString front = _touch("DCIM/F/b_001F.MP4");
+    KvVideoListWidget widget;
+    widget.addFile(front, false);
+    QCOMPARE(_rowEntry(widget, 0).videos.size(), 1);
+    _touch("DCIM/R/b_001R.MP4");
+    widget.addFile(front, false);
+    QCOMPARE(widget.listWidget()->count(), 2);
+    QCOMPARE(_rowEntry(widget, 1).videos.size(), 2);
+}
+
+void TestVideoListWidget::unsupportedEntryIsIgnored() {
+    KvVideoListWidget widget;
+    widget.addFile(_touch("notes.txt"), true);
+    KvVideoInfo mixed;
+    mixed.appendVideo(_touch("DCIM/F/c_001F.MP4"));
+    mixed.appendVideo(_touch("DCIM/R/c_001R.jpg"));
+    widget.addFile(mixed, true);
+    QCOMPARE(widget.listWidget()->count(), 0);
+    QVERIFY(_playlistFiles().isEmpty());
+}
+
+void TestVideoListWidget::savedEntriesComeBackAfterRestart() {
+    const QString front = _touch("DCIM/F/d_001F.MP4");
+    const QString rear = _touch("DCIM/R/d_001R.MP4");
+    const QString single = _touch(QString::fromUtf8("行车 记录/clip 1.mov"));
+    QStringList ids;
+    {
+        KvVideoListWidget widget;
+        widget.addFile(front, true);
+        widget.addFile(single, true);
+        widget.addFile(_touch("DCIM/F/unsaved_001F.MP4"), false);
+        QCOMPARE(widget.listWidget()->count(), 3);
+        ids << _rowEntry(widget, 0).indentifer() + ".xml"
+            << _rowEntry(widget, 1).indentifer() + ".xml";
+        ids.sort();
+    }
+    QCOMPARE(_playlistFiles(), ids);
+    const QString written = KvFileUtils().getPlayListRoot() + "/" + ids.first();
+    const QDateTime modified = QFileInfo(written).lastModified();
+
+    KvVideoListWidget restarted;
+    QCOMPARE(restarted.listWidget()->count(), 2);
+    QSet<QString> paths;
+    for (int row = 0; row < 2; ++row) {
+        for (const KvVideo& video : _rowEntry(restarted, row).videos) {
+            paths.insert(video.path);
+        }
+    }
+    QCOMPARE(paths, (QSet<QString>{front, rear, single}));
+    // Loading does not write the files back.
+    QCOMPARE(QFileInfo(written).lastModified(), modified);
+}
+
+void TestVideoListWidget::unreadableEntryFileShowsEmptyRow() {
+    const QString folder = KvFileUtils().getPlayListRoot();
+    QFile garbage(folder + "/garbage.xml");
+    QVERIFY(garbage.open(QIODevice::WriteOnly));
+    garbage.write("<KvVideoInfo><Name>x</Na");
+    garbage.close();
+    QFile upper(folder + "/upper.XML");
+    QVERIFY(upper.open(QIODevice::WriteOnly));
+    upper.write("<KvVideoInfo><Name>upper</Name></KvVideoInfo>");
+    upper.close();
+    QVERIFY(QDir().mkpath(folder + "/folder.xml"));
+
+    KvVideoListWidget widget;
+    QCOMPARE(widget.listWidget()->count(), 1);
+    QVERIFY(_rowEntry(widget, 0).isEmpty());
+    QVERIFY(QFile::exists(folder + "/garbage.xml"));
+}
+
+void TestVideoListWidget::playlistFolderRecreatedWhenMissing() {
+    KvVideoListWidget widget;
+    QVERIFY(QDir(KvFileUtils().getPlayListRoot()).removeRecursively());
+    widget.addFile(_touch("DCIM/F/e_001F.MP4"), true);
+    QCOMPARE(_playlistFiles().size(), 1);
+}
+
+void TestVideoListWidget::addDirDoesNotDescend() {
+    _touch("DCIM/F/f_001F.MP4");
+    _touch("DCIM/F/f_002F.MP4");
+    _touch("DCIM/R/f_001R.MP4");
+    _touch("DCIM/F/sub/f_003F.MP4");
+    _touch("DCIM/F/.hidden_004F.MP4");
+    KvVideoListWidget widget;
+    widget.addDir(_dir->filePath("DCIM/F"), true);
+    QCOMPARE(widget.listWidget()->count(), 3);
+    // The rear folder's clips came in through the pairing: nothing new.
+    widget.addDir(QDir(_dir->filePath("DCIM/R")), true);
+    QCOMPARE(widget.listWidget()->count(), 3);
+    widget.addDir(QDir(_dir->filePath("missing")), true);
+    QCOMPARE(widget.listWidget()->count(), 3);
+}
+
+void TestVideoListWidget::addDirDepthSkipsSpecialFoldersAndLinkLoops() {
+    _touch("card/DCIM/F/g_001F.MP4");
+    _touch("card/DCIM/R/g_001R.MP4");
+    _touch("card/$RECYCLE.BIN/g_009F.MP4");
+    _touch("card/old./g_010.MP4");
+    _touch(QString::fromUtf8("card/Fahrt ü/g_011.mov"));
+    QVERIFY(QFile::link(_dir->filePath("card"), _dir->filePath("card/DCIM/loop")));
+    QVERIFY(QFile::link(_dir->filePath("card/DCIM"), _dir->filePath("card/DCIM/F/up")));
+    KvVideoListWidget widget;
+    QElapsedTimer timer;
+    timer.start();
+    widget.addDrive(QDir(_dir->filePath("card")), false);
+    QVERIFY(timer.elapsed() < 10000);
+    QStringList names;
+    for (int row = 0; row < widget.listWidget()->count(); ++row) {
+        names << _rowEntry(widget, row).videos.first().name;
+    }
+    names.sort();
+    QCOMPARE(names, (QStringList{"g_001F.MP4", QString::fromUtf8("g_011.mov")}));
+}
+
+void TestVideoListWidget::addDirDepthCancelledBeforeStart() {
+    _touch("tree/h_001.MP4");
+    KvVideoListWidget widget;
+    bool cancel = true;
+    widget.addDirDepth(QDir(_dir->filePath("tree")), false, &cancel);
+    QCOMPARE(widget.listWidget()->count(), 0);
+    cancel = false;
+    widget.addDirDepth(QDir(_dir->filePath("tree")), false, &cancel);
+    QCOMPARE(widget.listWidget()->count(), 1);
+}
+
+void TestVideoListWidget::prevAndNextAtBothEnds() {
+    KvVideoListWidget widget;
+    KvVideoInfo a, b, c, stranger;
+    a.appendVideo(_touch("list/a.mp4"));
+    b.appendVideo(_touch("list/b.mp4"));
+    c.appendVideo(_touch("list/c.mp4"));
+    stranger.appendVideo(_touch("list/z.mp4"));
+    widget.addFile(a, false);
+    QVERIFY(widget.findNextVideoInfo(a).isEmpty());
+    QVERIFY(widget.findPrevVideoInfo(a).isEmpty());
+    widget.addFile(b, false);
+    widget.addFile(c, false);
+    QVERIFY(widget.findNextVideoInfo(a) == b);
+    QVERIFY(widget.findNextVideoInfo(b) == c);
+    QVERIFY(widget.findNextVideoInfo(c).isEmpty());
+    QVERIFY(widget.findPrevVideoInfo(c) == b);
+    QVERIFY(widget.findPrevVideoInfo(b) == a);
+    QVERIFY(widget.findPrevVideoInfo(a).isEmpty());
+    QVERIFY(widget.findNextVideoInfo(stranger).isEmpty());
+    QVERIFY(widget.findPrevVideoInfo(stranger).isEmpty());
+}
+
+void TestVideoListWidget::setCurrentByPathAndEntry() {
+    KvVideoListWidget widget;
+    const QString a = _touch("cur/a.mp4");
+    const QString b = _touch("cur/b.mp4");
+    widget.addFile(a, false);
+    widget.addFile(b, false);
+    widget.setCurrentItem(b.toUpper());
+    QVERIFY(widget.getCurrentItem().isEmpty());
+    widget.setCurrentItem(b);
+    QCOMPARE(widget.getCurrentItem().videos.first().path, b);
+    QCOMPARE(widget.listWidget()->currentRow(), 1);
+    widget.setCurrentItem(_rowEntry(widget, 0));
+    QCOMPARE(widget.getCurrentItem().videos.first().path, a);
+    QCOMPARE(widget.listWidget()->currentRow(), 0);
+}
+
+void TestVideoListWidget::doubleClickEmitsEntry() {
+    KvVideoListWidget widget;
+    const QString a = _touch("dbl/a.mp4");
+    widget.addFile(a, false);
+    QSignalSpy spy(&widget, &KvVideoListWidget::onDoubleClickVideoInfo);
+    widget.onDoubleClickListWidgetItem(widget.listWidget()->model()->index(0, 0));
+    QCOMPARE(spy.count(), 1);
+    QCOMPARE(spy.at(0).at(0).value<KvVideoInfo>().videos.first().path, a);
+}
+
+void TestVideoListWidget::menuOnRowAndOnEmptySpace() {
+    KvVideoListWidget widget;
+    widget.addFile(_touch("menu/a.mp4"), false);
+    QList<QAction*> onRow, onEmpty;
+    _onNextMenu([&onRow](QMenu* menu) { onRow = menu->actions(); });
+    widget.onListWidgetContentMenuEvent(widget.listWidget()->item(0));
+    _onNextMenu([&onEmpty](QMenu* menu) { onEmpty = menu->actions(); });
+    widget.onListWidgetContentMenuEvent(nullptr);
+
+    QCOMPARE(onRow,
+             (QList<QAction*>{widget.openInExploreAction(), widget.removeAction(),
+                              widget.removeInvalidFilesAction(), widget.clearPlaylistAction()}));
+    QCOMPARE(onEmpty,
+             (QList<QAction*>{widget.removeInvalidFilesAction(), widget.clearPlaylistAction()}));
+    QVERIFY(widget.popMenu()->styleSheet().startsWith("QMenu{background-color: #989898;"));
+}
+
+void TestVideoListWidget::openInExploreUrl() {
+    UrlCatcher catcher;
+    QDesktopServices::setUrlHandler("file", &catcher, "open");
+    KvVideoListWidget widget;
+    const QString clip = _touch(QString::fromUtf8("行车/a.mp4"));
+    widget.addFile(clip, false);
+    _onNextMenu([](QMenu*) {});
+    widget.onListWidgetContentMenuEvent(widget.listWidget()->item(0));
+    widget.onPopMenuTriggered(widget.openInExploreAction());
+    QDesktopServices::unsetUrlHandler("file");
+    QCOMPARE(catcher.urls.size(), 1);
+    QCOMPARE(catcher.urls.first(), QUrl("file:///" + QFileInfo(clip).absolutePath()));
+    QVERIFY(catcher.urls.first().toString().startsWith("file:////"));
+}
+
+void TestVideoListWidget::removeDeletesFileNamedByName() {
+    KvVideoListWidget widget;
+    widget.addFile(_touch("rm/a_001F.MP4"), true);
+    widget.addFile(_touch("rm/b_001F.MP4"), true);
+    const KvVideoInfo first = _rowEntry(widget, 0);
+    // An entry file named after the entry's name, which is what "remove" deletes.
+    const QString byName = KvFileUtils().getPlayListRoot() + "/" + first.name + ".xml";
+    QVERIFY(first.writeToFile(byName));
+    QCOMPARE(_playlistFiles().size(), 3);
+
+    _onNextMenu([](QMenu*) {});
+    widget.onListWidgetContentMenuEvent(widget.listWidget()->item(0));
+    widget.onPopMenuTriggered(widget.removeAction());
+    QCOMPARE(widget.listWidget()->count(), 1);
+    QVERIFY(!QFile::exists(byName));
+    // The file named by the identifier stays, so the entry returns at the next start.
+    QVERIFY(QFile::exists(KvVideoListWidget::entryFilePath(first)));
+    KvVideoListWidget restarted;
+    QCOMPARE(restarted.listWidget()->count(), 2);
+}
+
+void TestVideoListWidget::removeInvalidFiles() {
+    KvVideoListWidget widget;
+    const QString keep1 = _touch("inv/keep1.mp4");
+    const QString gone = _touch("inv/gone.mp4");
+    const QString keep2 = _touch("inv/keep2.mp4");
+    widget.addFiles(QStringList{keep1, gone, keep2}, false);
+    KvVideoInfo goneEntry = _rowEntry(widget, 1);
+    const QString byName = KvFileUtils().getPlayListRoot() + "/" + goneEntry.name + ".xml";
+    QVERIFY(goneEntry.writeToFile(byName));
+    QVERIFY(QFile::remove(gone));
+
+    widget.onPopMenuTriggered(widget.removeInvalidFilesAction());
+    QCOMPARE(widget.listWidget()->count(), 2);
+    QCOMPARE(_rowEntry(widget, 0).videos.first().path, keep1);
+    QCOMPARE(_rowEntry(widget, 1).videos.first().path, keep2);
+    QVERIFY(!QFile::exists(byName));
+}
+
+void TestVideoListWidget::clearPlaylist() {
+    KvVideoListWidget widget;
+    widget.addFile(_touch("clr/a.mp4"), true);
+    widget.addFile(_touch("clr/b.mp4"), true);
+    QCOMPARE(_playlistFiles().size(), 2);
+    widget.onPopMenuTriggered(widget.clearPlaylistAction());
+    QCOMPARE(widget.listWidget()->count(), 0);
+    QVERIFY(_playlistFiles().isEmpty());
+    QVERIFY(QDir(KvFileUtils().getPlayListRoot()).exists());
+    KvVideoListWidget restarted;
+    QCOMPARE(restarted.listWidget()->count(), 0);
+}
+
+void TestVideoListWidget::reloadLanguageKeepsKeys() {
+    KvVideoListWidget widget;
+    widget.reloadLanguage();
+    // No language is installed in this test: every text shows its key.
+    QCOMPARE(widget.openInExploreAction()->text(), QString("open_in_explore"));
+    QCOMPARE(widget.removeAction()->text(), QString("remove"));
+    QCOMPARE(widget.removeInvalidFilesAction()->text(), QString("remove_invalid_files"));
+    QCOMPARE(widget.clearPlaylistAction()->text(), QString("clear_playlist"));
+}
+
+void TestVideoListWidget::addFileDialogScansCard() {
+    // Ten pairs and two front clips without a partner, under a non-ASCII card name.
+    const QString card = QString::fromUtf8("卡 card");
+    for (int i = 1; i <= 12; ++i) {
+        const QString stem =
+            QString("2026_0315_1015%1_%2").arg(i, 2, 10, QChar('0')).arg(i, 3, 10, QChar('0'));
+        _copyClip(card + "/DCIM/F/" + stem + "F.MP4");
+        if (i <= 10) {
+            _copyClip(card + "/DCIM/R/" + stem + "R.MP4");
+        }
+    }
+    _touch(card + "/DCIM/F/readme.txt");
+    QStringList ids;
+    {
+        KvVideoListWidget widget;
+        KvAddFileDialog dialog(&widget, _dir->filePath(card));
+        QCOMPARE(dialog.windowTitle(), QString("adding_files"));
+        dialog.start();
+        dialog.exec();
+        KvListWidget* list = widget.listWidget();
+        QCOMPARE(list->count(), 12);
+        int pairs = 0;
+        for (int row = 0; row < list->count(); ++row) {
+            const KvVideoInfo info = _rowEntry(widget, row);
+            ids << info.indentifer() + ".xml";
+            QVERIFY(info.videos.first().path.contains("/DCIM/F/"));
+            if (info.videos.size() == 2) {
+                ++pairs;
+                QVERIFY(info.videos.at(1).path.contains("/DCIM/R/"));
+            }
+        }
+        QCOMPARE(pairs, 10);
+        // Rows complete themselves with the clips' real details.
+        auto* last = qobject_cast<KvVideoItemWidget*>(list->widgetAt(list->count() - 1));
+        QTRY_COMPARE_WITH_TIMEOUT(last->durationLabel()->text(), QString("00:00:02"), 30000);
+        QVERIFY(last->formatLabel()->text().startsWith("320x240 25fps"));
+    }
+    ids.sort();
+    QCOMPARE(_playlistFiles(), ids);
+    KvVideoListWidget restarted;
+    QCOMPARE(restarted.listWidget()->count(), 12);
+}
+
+void TestVideoListWidget::cancelledScanStopsBeforeNextEntry() {
+    for (int i = 0; i < 5; ++i) {
+        _touch(QString("stop/DCIM/F/s_%1F.MP4").arg(i));
+    }
+    KvVideoListWidget widget;
+    KvAddFileDialog dialog(&widget, _dir->filePath("stop"));
+    int found = 0;
+    // The walk runs on this thread here, so closing from the handler happens between entries.
+    connect(&dialog, &KvAddFileDialog::addFileSignal, this, [&](const QString&) {
+        ++found;
+        dialog.close();
+    });
+    dialog.addDirectory(QDir(_dir->filePath("stop")));
+    QCOMPARE(found, 1);
+    QCOMPARE(widget.listWidget()->count(), 1);
+}
+
+void TestVideoListWidget::scanOfMissingOrUnreadableFolder() {
+    KvVideoListWidget widget;
+    KvAddFileDialog missing(&widget, _dir->filePath("nowhere"));
+    missing.start();
+    QCOMPARE(missing.exec(), int(QDialog::Accepted));
+    QCOMPARE(widget.listWidget()->count(), 0);
+
+    _touch("locked/inner/l_001.MP4");
+    QFile::setPermissions(_dir->filePath("locked/inner"), QFileDevice::Permissions());
+    KvAddFileDialog locked(&widget, _dir->filePath("locked"));
+    locked.start();
+    QCOMPARE(locked.exec(), int(QDialog::Accepted));
+    QFile::setPermissions(_dir->filePath("locked/inner"),
+                          QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
+    // Root reads the folder anyway; anyone else finds nothing in it. Either way, no hang.
+    QVERIFY(widget.listWidget()->count() <= 1);
+}
+
+void TestVideoListWidget::clipVanishingBeforeLoadKeepsZeros() {
+    KvVideoListWidget widget;
+    const QString clip = _copyClip("vanish/v.mp4");
+    KvVideoInfo info;
+    info.appendVideo(clip);
+    QVERIFY(QFile::remove(clip));
+    widget.addFile(info, false);
+    KvListWidget* list = widget.listWidget();
+    QTRY_VERIFY_WITH_TIMEOUT(!list->loader()->isRunning(), 10000);
+    QCOMPARE(_rowEntry(widget, 0).videos.first().width, 0);
+    auto* row = qobject_cast<KvVideoItemWidget*>(list->widgetAt(0));
+    QCOMPARE(row->formatLabel()->text(), QString("0x0 0fps"));
+}
+
+QTEST_MAIN(TestVideoListWidget)
+#include "tst_videolistwidget.moc"
