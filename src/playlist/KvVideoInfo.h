@@ -2,6 +2,7 @@
 
 #include "KvVideo.h"
 
+#include <QMetaType>
 #include <QString>
 #include <QVector>
 
@@ -48,3 +49,6 @@ public:
     QVector<KvVideo> videos;
     QString name;
 };
+
+// Entries travel in queued signals, from the info loader to the list.
+Q_DECLARE_METATYPE(KvVideoInfo)

@@ -74,6 +74,7 @@ void TestVideoListWidget::initTestCase() {
     QStandardPaths::setTestModeEnabled(true);
     QCoreApplication::setOrganizationName("dashcam-player-test");
     QCoreApplication::setApplicationName("tst_videolistwidget");
+    qRegisterMetaType<KvVideoInfo>();
     _sourceClip = QStringLiteral(KV_TEST_MEDIA_DIR "/no-audio.mp4");
     QVERIFY2(QFile::exists(_sourceClip), "test clips missing");
 }
