@@ -1,6 +1,7 @@
 #include "KvAddFileDialog.h"
 #include "KvFileUtils.h"
 #include "KvListWidget.h"
+#include "KvVideoInfoLoadThread.h"
 #include "KvVideoItemWidget.h"
 #include "KvVideoListWidget.h"
 
