@@ -9,19 +9,19 @@
 KvVideoInfoLoadThread::KvVideoInfoLoadThread(QObject* parent) : KvThread(parent) {}
 
 void KvVideoInfoLoadThread::addItemWidget(KvVideoItemWidget* widget) {
-    QMutexLocker locker(&_mutex);
+    std::lock_guard<std::mutex> lock(_mutex);
     qDebug("KvVideoInfoLoadThread %p addItemWidget began", static_cast<void*>(this));
     _queue.append(Job{QPointer<KvVideoItemWidget>(widget), widget->videoInfo()});
     qDebug("KvVideoInfoLoadThread %p addItemWidget ended", static_cast<void*>(this));
 }
 
 bool KvVideoInfoLoadThread::hasQueuedItems() {
-    QMutexLocker locker(&_mutex);
+    std::lock_guard<std::mutex> lock(_mutex);
     return !_queue.isEmpty();
 }
 
 bool KvVideoInfoLoadThread::_takeJob(Job& job) {
-    QMutexLocker locker(&_mutex);
+    std::lock_guard<std::mutex> lock(_mutex);
     if (_queue.isEmpty()) {
         return false;
     }
