@@ -17,8 +17,6 @@ const char* const ListStyle =
 } // namespace
 
 KvListWidget::KvListWidget(QWidget* parent) : QListWidget(parent), _loader(nullptr) {
-    qRegisterMetaType<KvVideoInfo>("KvVideoInfo");
-    qRegisterMetaType<QPointer<KvVideoItemWidget>>("QPointer<KvVideoItemWidget>");
     setStyleSheet(QLatin1String(ListStyle));
 }
 
@@ -87,14 +85,20 @@ void KvListWidget::contextMenuEvent(QContextMenuEvent* /*event*/) {
     emit onContentMenuEvent(itemAt(local));
 }
 
-void KvListWidget::_onVideoInfoLoaded(QPointer<KvVideoItemWidget> widget, KvVideoInfo info) {
-    // The row may have been removed while its clips were being read.
-    if (!widget) {
+void KvListWidget::_onVideoInfoLoaded() {
+    // The loader may be gone (cancelled) by the time its notice arrives.
+    if (!_loader) {
         return;
     }
-    widget->videoInfo() = info;
-    widget->updateByVideoInfo(info);
-    emit onItemUpdated(widget.data());
+    for (const KvVideoInfoLoadThread::Job& job : _loader->takeLoaded()) {
+        // The row may have been removed while its clips were being read.
+        if (!job.widget) {
+            continue;
+        }
+        job.widget->videoInfo() = job.info;
+        job.widget->updateByVideoInfo(job.info);
+        emit onItemUpdated(job.widget.data());
+    }
 }
 
 void KvListWidget::_onLoaderFinished() {

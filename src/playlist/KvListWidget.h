@@ -3,7 +3,6 @@
 #include "KvVideoInfo.h"
 
 #include <QListWidget>
-#include <QPointer>
 
 class KvVideoInfoLoadThread;
 class KvVideoItemWidget;
@@ -37,7 +36,7 @@ protected:
     void contextMenuEvent(QContextMenuEvent* event) override;
 
 private slots:
-    void _onVideoInfoLoaded(QPointer<KvVideoItemWidget> widget, KvVideoInfo info);
+    void _onVideoInfoLoaded();
     void _onLoaderFinished();
 
 private:

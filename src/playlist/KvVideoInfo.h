@@ -50,5 +50,5 @@ public:
     QString name;
 };
 
-// Entries travel in queued signals, from the info loader to the list.
+// Entries can travel in QVariants (queued signals, signal spies).
 Q_DECLARE_METATYPE(KvVideoInfo)

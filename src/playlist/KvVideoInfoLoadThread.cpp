@@ -20,6 +20,13 @@ bool KvVideoInfoLoadThread::hasQueuedItems() {
     return !_queue.isEmpty();
 }
 
+QList<KvVideoInfoLoadThread::Job> KvVideoInfoLoadThread::takeLoaded() {
+    std::lock_guard<std::mutex> lock(_mutex);
+    QList<Job> loaded;
+    loaded.swap(_loaded);
+    return loaded;
+}
+
 bool KvVideoInfoLoadThread::_takeJob(Job& job) {
     std::lock_guard<std::mutex> lock(_mutex);
     if (_queue.isEmpty()) {
@@ -33,8 +40,12 @@ void KvVideoInfoLoadThread::run() {
     qDebug("KvVideoInfoLoadThread %p began", static_cast<void*>(this));
     Job job;
     while (!isStopped() && _takeJob(job)) {
-        const KvVideoInfo loaded = loadVideoInfo(job.info, &_stopped);
-        emit videoInfoLoaded(job.widget, loaded);
+        job.info = loadVideoInfo(job.info, &_stopped);
+        {
+            std::lock_guard<std::mutex> lock(_mutex);
+            _loaded.append(job);
+        }
+        emit videoInfoLoaded();
     }
     qDebug("KvVideoInfoLoadThread %p ended", static_cast<void*>(this));
 }
