@@ -8,6 +8,13 @@
 
 KvVideoInfoLoadThread::KvVideoInfoLoadThread(QObject* parent) : KvThread(parent) {}
 
+KvVideoInfoLoadThread::~KvVideoInfoLoadThread() {
+    // The thread has ended; taking the lock orders its last use of the lists before their end.
+    std::lock_guard<std::mutex> lock(_mutex);
+    _queue.clear();
+    _loaded.clear();
+}
+
 void KvVideoInfoLoadThread::addItemWidget(KvVideoItemWidget* widget) {
     std::lock_guard<std::mutex> lock(_mutex);
     qDebug("KvVideoInfoLoadThread %p addItemWidget began", static_cast<void*>(this));

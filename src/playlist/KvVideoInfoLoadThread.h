@@ -21,6 +21,8 @@ class KvVideoInfoLoadThread : public KvThread {
     Q_OBJECT
 public:
     explicit KvVideoInfoLoadThread(QObject* parent = nullptr);
+    // The owner stops and joins the thread first.
+    ~KvVideoInfoLoadThread() override;
 
     // A row and its entry, on the way to the loader or back.
     struct Job {
