@@ -55,6 +55,9 @@ void KvVideoInfoLoadThread::run() {
         emit videoInfoLoaded();
     }
     qDebug("KvVideoInfoLoadThread %p ended", static_cast<void*>(this));
+    // Ends the run under the lock that the destructor takes, so whatever the run touched is done
+    // with before the owner, having joined the thread, destroys it.
+    std::lock_guard<std::mutex> lock(_mutex);
 }
 
 KvVideoInfo KvVideoInfoLoadThread::loadVideoInfo(const KvVideoInfo& info,
