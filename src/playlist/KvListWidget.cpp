@@ -96,7 +96,7 @@ void KvListWidget::_onVideoInfoLoaded() {
             continue;
         }
         job.widget->videoInfo() = job.info;
-        job.widget->updateByVideoInfo(job.info);
+        job.widget->updateByVideoInfo(job.info, job.thumb);
         emit onItemUpdated(job.widget.data());
     }
 }

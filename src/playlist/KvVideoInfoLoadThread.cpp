@@ -48,6 +48,7 @@ void KvVideoInfoLoadThread::run() {
     Job job;
     while (!isStopped() && _takeJob(job)) {
         job.info = loadVideoInfo(job.info, &_stopped);
+        job.thumb = KvVideoItemWidget::loadThumb(job.info);
         {
             std::lock_guard<std::mutex> lock(_mutex);
             _loaded.append(job);

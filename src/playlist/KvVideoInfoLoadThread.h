@@ -3,6 +3,7 @@
 #include "KvThread.h"
 #include "KvVideoInfo.h"
 
+#include <QImage>
 #include <QList>
 #include <QPointer>
 
@@ -28,6 +29,7 @@ public:
     struct Job {
         QPointer<KvVideoItemWidget> widget;
         KvVideoInfo info;
+        QImage thumb; // read by the loader, so the GUI thread does not decode JPEGs
     };
 
     // GUI thread: queues the row with a copy of its entry.

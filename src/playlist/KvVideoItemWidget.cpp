@@ -41,20 +41,39 @@ KvVideoInfo& KvVideoItemWidget::videoInfo() {
 }
 
 void KvVideoItemWidget::updateByVideoInfo(const KvVideoInfo& info) {
+    updateByVideoInfo(info, loadThumb(info));
+}
+
+void KvVideoItemWidget::updateByVideoInfo(const KvVideoInfo& info, const QImage& thumb) {
+    _showTexts(info);
+    _thumbLabel->setPixmap(QPixmap::fromImage(thumb));
+}
+
+QImage KvVideoItemWidget::loadThumb(const KvVideoInfo& info) {
+    if (info.videos.isEmpty()) {
+        return QImage();
+    }
+    const QString path = info.videos.first().thumb;
+    if (path.isEmpty() || !QFile::exists(path)) {
+        return QImage();
+    }
+    const QImage image(path);
+    return image.scaled(ThumbWidth, ThumbHeight, Qt::KeepAspectRatio, Qt::FastTransformation);
+}
+
+void KvVideoItemWidget::_showTexts(const KvVideoInfo& info) {
     _nameLabel->setText(info.name);
     if (info.videos.isEmpty()) {
         // An unreadable entry file gives an entry without clips: nothing more to show.
         _formatLabel->clear();
         _durationLabel->clear();
         _sizeLabel->clear();
-        _thumbLabel->setPixmap(QPixmap());
         return;
     }
     const KvVideo& first = info.videos.first();
     _formatLabel->setText(formatText(info));
     _durationLabel->setText(durationText(first.duration));
     _sizeLabel->setText(sizeText(first.size));
-    _showThumb(first.thumb);
 }
 
 QString KvVideoItemWidget::formatText(const KvVideoInfo& info) {
@@ -125,14 +144,4 @@ void KvVideoItemWidget::_layout(int height) {
     _durationLabel->setGeometry(edges(t + 5, 1 + 2 * r, t + 62, 3 * r));
     const int durationRight = t + 62;
     _sizeLabel->setGeometry(edges(durationRight + 4, 1 + 2 * r, durationRight + 48, 3 * r));
-}
-
-void KvVideoItemWidget::_showThumb(const QString& path) {
-    if (path.isEmpty() || !QFile::exists(path)) {
-        _thumbLabel->setPixmap(QPixmap());
-        return;
-    }
-    const QImage image(path);
-    _thumbLabel->setPixmap(QPixmap::fromImage(
-        image.scaled(ThumbWidth, ThumbHeight, Qt::KeepAspectRatio, Qt::FastTransformation)));
 }

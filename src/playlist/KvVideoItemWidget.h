@@ -2,6 +2,7 @@
 
 #include "KvVideoInfo.h"
 
+#include <QImage>
 #include <QWidget>
 
 class QLabel;
@@ -23,8 +24,13 @@ public:
     // Copies the entry; the labels change only with updateByVideoInfo.
     void setVideoInfo(const KvVideoInfo& info);
     KvVideoInfo& videoInfo();
-    // Shows the entry on the five labels.
+    // Shows the entry on the five labels, reading the first clip's thumbnail file.
     void updateByVideoInfo(const KvVideoInfo& info);
+    // The same with the thumbnail already read (by loadThumb, on any thread).
+    void updateByVideoInfo(const KvVideoInfo& info, const QImage& thumb);
+    // The first clip's thumbnail scaled into the row's thumbnail box; a null image when there is
+    // none. Safe on any thread, so the info loader reads it and the GUI thread only shows it.
+    static QImage loadThumb(const KvVideoInfo& info);
 
     void resize(const QSize& size);
     void resize(int width, int height);
@@ -46,7 +52,7 @@ protected:
 
 private:
     void _layout(int height);
-    void _showThumb(const QString& path);
+    void _showTexts(const KvVideoInfo& info);
 
     QLabel* _thumbLabel;
     QLabel* _nameLabel;
