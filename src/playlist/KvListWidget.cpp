@@ -68,10 +68,10 @@ void KvListWidget::cancelLoader() {
     if (!_loader) {
         return;
     }
-    if (_loader->isRunning()) {
-        _loader->stop();
-        _loader->join();
-    }
+    // Joining a loader that has already ended returns at once, and still orders its last run
+    // before the delete.
+    _loader->stop();
+    _loader->join();
     delete _loader;
     _loader = nullptr;
 }
@@ -115,6 +115,8 @@ QSize KvListWidget::_rowSizeHint() const {
 
 void KvListWidget::_startLoader() {
     if (!_loader->isRunning() && !_loader->isStopped()) {
+        // Joining the ended run first (at once) orders it before the next one.
+        _loader->join();
         _loader->start();
     }
 }
