@@ -1,3 +1,4 @@
+#include "KvVideoItemDelegate.h"
 #include "KvVideoItemWidget.h"
 
 #include <QLabel>
@@ -18,6 +19,7 @@ private slots:
     void missingThumbnailShowsNothing();
     void entryWithoutClipsShowsOnlyName();
     void setVideoInfoDoesNotChangeLabels();
+    void delegateRowHeight();
 };
 
 namespace {
@@ -166,6 +168,17 @@ void TestVideoItemWidget::setVideoInfoDoesNotChangeLabels() {
     widget.setVideoInfo(info);
     QVERIFY(widget.nameLabel()->text().isEmpty());
     QVERIFY(widget.videoInfo() == info);
+}
+
+void TestVideoItemWidget::delegateRowHeight() {
+    QWidget view;
+    view.resize(333, 200);
+    KvVideoItemDelegate delegate;
+    QStyleOptionViewItem option;
+    option.widget = &view;
+    QCOMPARE(delegate.sizeHint(option, QModelIndex()), QSize(333, 60));
+    option.widget = nullptr;
+    QCOMPARE(delegate.sizeHint(option, QModelIndex()).height(), 60);
 }
 
 QTEST_MAIN(TestVideoItemWidget)
