@@ -1,0 +1,694 @@
+#include "KvFFPlayer.h"
+
+#include "KvAudioData.h"
+#include "KvAudioPlayer.h"
+#include "KvAudioQueue.h"
+#include "KvVideoSink.h"
+#include "KvYUV420P.h"
+#include "MutexQueue.h"
+#include "StreamReader.h"
+
+extern "C" {
+#include <libavutil/channel_layout.h>
+#include <libavutil/error.h>
+#include <libavutil/mem.h>
+#include <libavutil/time.h>
+#include <libswscale/swscale.h>
+}
+
+#include <QAudioDeviceInfo>
+#include <QThread>
+
+#include <memory>
+
+namespace {
+
+// Every wait of the player is a short sleep of this length.
+constexpr unsigned long kPollMs = 1;
+// Seek flags of a requested seek: land on the key frame at or before the target.
+constexpr int kSeekFlags = AVSEEK_FLAG_BACKWARD | AVSEEK_FLAG_FRAME;
+// Pictures the decode thread keeps ahead: twice the encoder's GOP, within these bounds.
+constexpr int kMinFrameCache = 30;
+constexpr int kMaxFrameCache = 60;
+// Below this GOP size the cache keeps its minimum.
+constexpr int kSmallGop = 15;
+// Pacing step when the stream does not tell its frame rate (about 30 pictures a second).
+constexpr long long kDefaultStepUs = 33000;
+constexpr int kDefaultIntervalMs = 33;
+// A backward step first seeks this far before the current picture, so that the cache refills
+// with the pictures before it (to the start when the picture is within the first second).
+constexpr double kStepBackSeconds = 0.5;
+constexpr double kStepBackFromStart = 1.0;
+// Callback codes.
+constexpr int kCodeEndOfFile = 1;
+constexpr int kCodeRanDry = 2;
+constexpr int kCodeShown = 3;
+// Size of the buffer for FFmpeg's error texts.
+constexpr int kErrorTextSize = 1024;
+// Extra bytes behind each converted plane: the scaler writes whole chroma samples, one column
+// and row more than width/2 x height/2 for odd sizes.
+constexpr int kPlanePadding = 64;
+
+// The worker running on this thread, if any, so that the player's loops can see their own stop
+// flag.
+thread_local const KvThread* tl_worker = nullptr;
+
+bool workerStopped() {
+    return tl_worker != nullptr && tl_worker->isStopped();
+}
+
+void sleepPoll() {
+    QThread::msleep(kPollMs);
+}
+
+struct PacketDeleter {
+    void operator()(AVPacket* packet) const { av_packet_free(&packet); }
+};
+struct FrameDeleter {
+    void operator()(AVFrame* frame) const { av_frame_free(&frame); }
+};
+
+// The channel mask of a decoder's layout, 0 when the layout is not a mask.
+long long layoutMask(const AVChannelLayout& layout) {
+    return layout.order == AV_CHANNEL_ORDER_NATIVE ? static_cast<long long>(layout.u.mask) : 0;
+}
+
+// The FFmpeg sample format closest to a device format.
+AVSampleFormat sampleFormatOf(const QAudioFormat& format) {
+    switch (format.sampleType()) {
+    case QAudioFormat::SignedInt:
+        return format.sampleSize() == 32   ? AV_SAMPLE_FMT_S32
+               : format.sampleSize() == 64 ? AV_SAMPLE_FMT_S64
+                                           : AV_SAMPLE_FMT_S16;
+    case QAudioFormat::UnSignedInt:
+        return AV_SAMPLE_FMT_U8;
+    default:
+        return format.sampleSize() == 32 ? AV_SAMPLE_FMT_FLT : AV_SAMPLE_FMT_DBL;
+    }
+}
+
+// A step's copy of a cached picture, which stays in the queue.
+KvYUV420P* copyPicture(const KvYUV420P* picture) {
+    const unsigned char* planes[3] = {picture->y, picture->u, picture->v};
+    auto* copy = new KvYUV420P(planes, picture->width, picture->height, nullptr);
+    copy->time = picture->time;
+    return copy;
+}
+
+} // namespace
+
+void KvFFPlayerThread::run() {
+    tl_worker = this;
+    _work();
+    tl_worker = nullptr;
+    _finished.store(true, std::memory_order_release);
+}
+
+void KvFFPlayerThread::stopAndDelete(KvFFPlayerThread* thread) {
+    if (thread == nullptr) {
+        return;
+    }
+    thread->stop();
+    thread->join();
+    // Pairs with the release at the end of run(): everything the worker did happens before the
+    // object goes away.
+    while (thread->isFinished() && !thread->_finished.load(std::memory_order_acquire)) {
+        QThread::msleep(kPollMs);
+    }
+    delete thread;
+}
+
+void KvDecodeThread::_work() {
+    player->_doDecode();
+}
+
+void KvVideoThread::_work() {
+    player->_doPlayVideo();
+}
+
+void KvAudioThread::_work() {
+    player->_doPlayAudio();
+}
+
+KvFFPlayer::KvFFPlayer() = default;
+
+KvFFPlayer::~KvFFPlayer() {
+    stopPlay();
+}
+
+void KvFFPlayer::setCallback(void* context, KvPlayerCallback function) {
+    std::lock_guard<std::mutex> guard(_callbackMutex);
+    callbackContext = context;
+    callback = function;
+}
+
+void KvFFPlayer::_callback(int code) {
+    void* context;
+    KvPlayerCallback function;
+    {
+        std::lock_guard<std::mutex> guard(_callbackMutex);
+        context = callbackContext;
+        function = callback;
+    }
+    if (function != nullptr) {
+        function(context, code, current(), duration());
+    }
+}
+
+int KvFFPlayer::openInput(const char* path) {
+    closeInput();
+    reader = new StreamReader();
+    reader->setUseHwaccel(hardwareDecode);
+    return reader->startReading(path, nullptr);
+}
+
+int KvFFPlayer::closeInput() {
+    // The workers use the reader and the queues: they end first.
+    _stopPresentation();
+    stop();
+    if (reader != nullptr) {
+        reader->stopReading();
+        delete reader;
+        reader = nullptr;
+    }
+    return 0;
+}
+
+bool KvFFPlayer::isOpenFile() const {
+    return decodeThread != nullptr && !decodeThread->isStopped();
+}
+
+bool KvFFPlayer::isPlaying() const {
+    return videoThread != nullptr && !videoThread->isStopped();
+}
+
+void KvFFPlayer::_startAudio() {
+    if (reader->getAudioStream() == nullptr || audioDisabled.load()) {
+        return;
+    }
+    const AVCodecContext* decoder = reader->getAudioCodecContext();
+    const QAudioDeviceInfo device = QAudioDeviceInfo::defaultOutputDevice();
+    if (decoder == nullptr || device.isNull()) {
+        return;
+    }
+    const QAudioFormat preferred = device.preferredFormat();
+    const AVSampleFormat outFormat = sampleFormatOf(preferred);
+    const long long outLayout =
+        preferred.channelCount() == 1 ? AV_CH_LAYOUT_MONO : AV_CH_LAYOUT_STEREO;
+    audioQueue = new KvAudioQueue(decoder->sample_rate, layoutMask(decoder->ch_layout),
+                                  decoder->ch_layout.nb_channels, decoder->sample_fmt,
+                                  preferred.sampleRate(), outLayout, preferred.channelCount(),
+                                  outFormat);
+    audioPlayer = new KvAudioPlayer();
+    audioPlayer->setVolume(volume);
+    audioPlayer->start(preferred.sampleRate(), outFormat, preferred.channelCount());
+}
+
+void KvFFPlayer::start() {
+    if (reader == nullptr) {
+        return;
+    }
+    // Presentation and decoding of a previous run end before their queues go.
+    _stopPresentation();
+    stop();
+    seekRequested.store(false);
+    seekTime.store(0.0);
+    readError.store(0);
+    audioTime.store(0.0);
+    videoTime.store(0.0);
+    frameTime.store(-1.0);
+    frameCache = kMinFrameCache;
+    if (const AVCodecContext* decoder = reader->getVideoCodecContext();
+        reader->getVideoStream() != nullptr) {
+        const int gop = decoder != nullptr ? decoder->gop_size : 0;
+        frameCache = gop < kSmallGop ? kMinFrameCache : std::min(2 * gop, kMaxFrameCache);
+        videoQueue = new MutexQueue(KvYUVDataFreeFunc);
+    }
+    qDebug("frameCache = %d", frameCache);
+    _startAudio();
+    _decoding.store(true);
+    decodeThread = new KvDecodeThread(this);
+    decodeThread->start(QThread::InheritPriority);
+}
+
+void KvFFPlayer::_requestSeek(double seconds) {
+    qDebug("seek %lf", seconds);
+    // The target first: the decode thread reads it after it sees the request.
+    seekTime.store(seconds);
+    seekRequested.store(true);
+}
+
+void KvFFPlayer::play() {
+    if (reader == nullptr) {
+        return;
+    }
+    if (frameTime.load() >= 0) {
+        _requestSeek(frameTime.load());
+    }
+    frameTime.store(-1.0);
+    KvFFPlayerThread::stopAndDelete(videoThread);
+    videoThread = new KvVideoThread(this);
+    videoThread->start();
+    KvFFPlayerThread::stopAndDelete(audioThread);
+    audioThread = nullptr;
+    if (!audioDisabled.load()) {
+        audioThread = new KvAudioThread(this);
+        audioThread->start();
+    }
+    qDebug("play");
+}
+
+void KvFFPlayer::_stopPresentation() {
+    KvFFPlayerThread::stopAndDelete(videoThread);
+    videoThread = nullptr;
+    KvFFPlayerThread::stopAndDelete(audioThread);
+    audioThread = nullptr;
+}
+
+void KvFFPlayer::pause() {
+    _stopPresentation();
+    qDebug("pause");
+}
+
+void KvFFPlayer::seek(double seconds) {
+    _requestSeek(seconds);
+}
+
+int KvFFPlayer::startPlay(const char* path) {
+    const int result = openInput(path);
+    if (result >= 0) {
+        start();
+        play();
+    } else {
+        stopPlay();
+    }
+    return result;
+}
+
+void KvFFPlayer::stop() {
+    // Without their queues the presentation threads cannot go on.
+    _stopPresentation();
+    KvFFPlayerThread::stopAndDelete(decodeThread);
+    decodeThread = nullptr;
+    _decoding.store(false);
+    if (audioPlayer != nullptr) {
+        audioPlayer->stop();
+        delete audioPlayer;
+        audioPlayer = nullptr;
+    }
+    _destroyQueues();
+}
+
+void KvFFPlayer::stopPlay() {
+    _stopPresentation();
+    qDebug("pause");
+    stop();
+    if (reader != nullptr) {
+        reader->stopReading();
+        delete reader;
+        reader = nullptr;
+    }
+}
+
+void KvFFPlayer::_destroyQueues() {
+    if (videoQueue != nullptr) {
+        videoQueue->clear();
+        delete videoQueue;
+        videoQueue = nullptr;
+    }
+    if (audioQueue != nullptr) {
+        audioQueue->clear();
+        delete audioQueue;
+        audioQueue = nullptr;
+    }
+}
+
+void KvFFPlayer::_clearQueues() {
+    if (videoQueue != nullptr) {
+        videoQueue->clear();
+    }
+    if (audioQueue != nullptr) {
+        audioQueue->clear();
+    }
+}
+
+int KvFFPlayer::getVideoInterval() const {
+    const AVStream* stream = reader != nullptr ? reader->getVideoStream() : nullptr;
+    if (stream == nullptr) {
+        return -1;
+    }
+    const AVRational rate = stream->avg_frame_rate;
+    if (rate.num == 0 || rate.den == 0) {
+        return kDefaultIntervalMs;
+    }
+    return static_cast<int>(1000 / av_q2d(rate));
+}
+
+double KvFFPlayer::current() const {
+    const double stepping = frameTime.load();
+    return stepping >= 0 ? stepping : videoTime.load();
+}
+
+double KvFFPlayer::duration() const {
+    return reader != nullptr ? reader->getDuration() : 0.0;
+}
+
+void KvFFPlayer::setVolume(float value) {
+    volume = value;
+    if (audioPlayer != nullptr) {
+        audioPlayer->setVolume(value);
+    }
+}
+
+int KvFFPlayer::decodeVideo(const AVStream* stream, AVFrame* frame, int* gotPicture,
+                            AVPacket* packet) {
+    *gotPicture = 0;
+    AVCodecContext* decoder = reader != nullptr ? reader->getCodecContext(stream) : nullptr;
+    if (decoder == nullptr) {
+        return AVERROR(EINVAL);
+    }
+    if (packet != nullptr) {
+        const int sent = avcodec_send_packet(decoder, packet);
+        if (sent < 0 && sent != AVERROR_EOF) {
+            return sent;
+        }
+    }
+    const int received = avcodec_receive_frame(decoder, frame);
+    if (received < 0) {
+        return received;
+    }
+    *gotPicture = 1;
+    reader->doAfterDecode(frame);
+    return 0;
+}
+
+KvYUV420P* KvFFPlayer::_makePicture(const AVFrame* frame) const {
+    const int width = frame->width;
+    const int height = frame->height;
+    if (width <= 0 || height <= 0) {
+        return nullptr;
+    }
+    if (frame->format == AV_PIX_FMT_YUV420P) {
+        return new KvYUV420P(const_cast<const unsigned char**>(frame->data), width, height,
+                             const_cast<int*>(frame->linesize));
+    }
+    SwsContext* scaler =
+        sws_getContext(width, height, static_cast<AVPixelFormat>(frame->format), width, height,
+                       AV_PIX_FMT_YUV420P, SWS_BICUBIC, nullptr, nullptr, nullptr);
+    if (scaler == nullptr) {
+        return nullptr;
+    }
+    const int lumaSize = width * height;
+    const int chromaSize = ((width / 2) * height) / 2;
+    auto* y = static_cast<uint8_t*>(av_malloc(static_cast<size_t>(lumaSize + kPlanePadding)));
+    auto* u = static_cast<uint8_t*>(
+        av_malloc(static_cast<size_t>(chromaSize + width / 2 + kPlanePadding)));
+    auto* v = static_cast<uint8_t*>(
+        av_malloc(static_cast<size_t>(chromaSize + width / 2 + kPlanePadding)));
+    uint8_t* planes[4] = {y, u, v, nullptr};
+    int linesizes[4] = {width, width / 2, width / 2, 0};
+    sws_scale(scaler, frame->data, frame->linesize, 0, height, planes, linesizes);
+    auto* picture =
+        new KvYUV420P(const_cast<const unsigned char**>(planes), width, height, linesizes);
+    sws_freeContext(scaler);
+    av_free(y);
+    av_free(u);
+    av_free(v);
+    return picture;
+}
+
+void KvFFPlayer::_doDecode() {
+    std::unique_ptr<AVPacket, PacketDeleter> packet(av_packet_alloc());
+    std::unique_ptr<AVFrame, FrameDeleter> frame(av_frame_alloc());
+    const AVStream* videoStream = reader->getVideoStream();
+    const AVStream* audioStream = reader->getAudioStream();
+    const double videoBase = videoStream != nullptr ? av_q2d(videoStream->time_base) : 0.0;
+    const double audioBase = audioStream != nullptr ? av_q2d(audioStream->time_base) : 0.0;
+    AVCodecContext* audioDecoder = reader->getAudioCodecContext();
+    int result = 0;
+    while (!workerStopped()) {
+        if (seekRequested.exchange(false)) {
+            _doSeek(seekTime.load(), kSeekFlags);
+            frameCount.store(0);
+        }
+        if (videoQueue != nullptr && videoQueue->size() > frameCache) {
+            sleepPoll();
+            continue;
+        }
+        result = reader->readFrame(packet.get());
+        if (result < 0) {
+            break;
+        }
+        if (reader->isVideoPacket(packet.get())) {
+            int gotPicture = 0;
+            decodeVideo(videoStream, frame.get(), &gotPicture, packet.get());
+            if (gotPicture != 0) {
+                if (KvYUV420P* picture = _makePicture(frame.get())) {
+                    const int64_t pts = frame->pts != AV_NOPTS_VALUE ? frame->pts
+                                                                     : frame->best_effort_timestamp;
+                    picture->time = pts * videoBase;
+                    if (videoQueue != nullptr) {
+                        videoQueue->push(picture);
+                    } else {
+                        KvYUVDataFree(picture);
+                    }
+                }
+                av_frame_unref(frame.get());
+            }
+        } else if (reader->isAudioPacket(packet.get()) && !audioDisabled.load() &&
+                   audioQueue != nullptr && audioDecoder != nullptr) {
+            if (avcodec_send_packet(audioDecoder, packet.get()) >= 0) {
+                while (avcodec_receive_frame(audioDecoder, frame.get()) >= 0) {
+                    audioQueue->pushFrame(frame.get(), frame->pts * audioBase);
+                    av_frame_unref(frame.get());
+                }
+            }
+        }
+        av_packet_unref(packet.get());
+    }
+    if (result < 0) {
+        readError.store(result);
+        if (result != AVERROR_EOF) {
+            char text[kErrorTextSize] = {0};
+            av_strerror(result, text, sizeof(text));
+            qDebug("read frame = %x, %s", result, text);
+        }
+    }
+    _decoding.store(false, std::memory_order_release);
+}
+
+void KvFFPlayer::_renderVideo(KvYUV420P* picture) {
+    videoTime.store(picture->time);
+    if (KvVideoSink* view = videoView.load()) {
+        view->updateYUV420Async(picture);
+    } else {
+        KvYUVDataFree(picture);
+    }
+    _callback(kCodeShown);
+}
+
+void KvFFPlayer::_doPlayVideo() {
+    const AVStream* stream = reader->getVideoStream();
+    long long step = interval.load();
+    if (step <= 0) {
+        const AVRational rate = stream != nullptr ? stream->avg_frame_rate : AVRational{0, 0};
+        step = rate.num == 0 || rate.den == 0 ? kDefaultStepUs
+                                              : static_cast<long long>(1000000 / av_q2d(rate));
+    }
+    qDebug("interval %lld", step);
+    frameCount.store(0);
+    int64_t due = av_gettime();
+    double firstTime = 0;
+    int64_t clock0 = due;
+    bool ranDry = false;
+    while (!workerStopped()) {
+        const int64_t now = av_gettime();
+        if (now < due) {
+            sleepPoll();
+            continue;
+        }
+        auto* picture =
+            videoQueue != nullptr ? static_cast<KvYUV420P*>(videoQueue->pop()) : nullptr;
+        if (picture == nullptr) {
+            if (!_decoding.load(std::memory_order_acquire)) {
+                ranDry = true;
+                break;
+            }
+            sleepPoll();
+            continue;
+        }
+        int count = frameCount.load();
+        if (count == 0) {
+            firstTime = picture->time;
+            clock0 = now;
+        }
+        const double delta = picture->time - firstTime;
+        _renderVideo(picture);
+        // A seek in the meantime has reset the count; it stays 0, so the next picture (the
+        // first after the seek) anchors the clock again.
+        frameCount.compare_exchange_strong(count, count + 1);
+        due = delta > 0 ? clock0 + static_cast<int64_t>(delta * 1000000)
+                        : clock0 + (count + 1) * step;
+    }
+    if (ranDry) {
+        _callback(readError.load() == AVERROR_EOF ? kCodeEndOfFile : kCodeRanDry);
+    }
+}
+
+void KvFFPlayer::_doPlayAudio() {
+    if (reader->getAudioStream() == nullptr || audioDisabled.load() || audioQueue == nullptr ||
+        audioPlayer == nullptr) {
+        return;
+    }
+    while (!workerStopped()) {
+        // Audio never runs ahead of the picture.
+        if (audioTime.load() > videoTime.load()) {
+            sleepPoll();
+            continue;
+        }
+        KvAudioData* block = audioQueue->popAudioData();
+        if (block == nullptr) {
+            if (!_decoding.load(std::memory_order_acquire)) {
+                break;
+            }
+            sleepPoll();
+            continue;
+        }
+        audioTime.store(block->time);
+        if (block->size0 > 0) {
+            audioPlayer->write(block->data0, block->size0);
+        }
+        if (block->size1 > 0) {
+            audioPlayer->write(block->data1, block->size1);
+        }
+        delete block;
+    }
+}
+
+int KvFFPlayer::_doSeek(double seconds, int flags) {
+    if (reader == nullptr) {
+        return -1;
+    }
+    const int result = reader->seek(seconds, flags);
+    qDebug("_videoTime = %lf, _frameTime = %lf, _doSeek %lf = %d", videoTime.load(),
+           frameTime.load(), seconds, result);
+    if (result < 0) {
+        return result;
+    }
+    _clearQueues();
+    videoTime.store(seconds);
+    audioTime.store(seconds);
+    return result;
+}
+
+void KvFFPlayer::_syncAudio2Video() {
+    if (audioQueue == nullptr) {
+        return;
+    }
+    const double position = current();
+    while (KvAudioData* block = audioQueue->popAudioData()) {
+        const double time = block->time;
+        delete block;
+        if (time >= position) {
+            break;
+        }
+    }
+}
+
+void KvFFPlayer::playNextVideo() {
+    if (isPlaying() || !_decoding.load()) {
+        return;
+    }
+    if (frameTime.load() >= 0) {
+        _playNextFrameAtVideoQueue();
+        return;
+    }
+    auto* picture = videoQueue != nullptr ? static_cast<KvYUV420P*>(videoQueue->pop()) : nullptr;
+    if (picture != nullptr) {
+        _renderVideo(picture);
+    }
+    _syncAudio2Video();
+}
+
+void KvFFPlayer::playPrevVideo() {
+    if (isPlaying() || !_decoding.load() || videoTime.load() == 0 || videoQueue == nullptr ||
+        videoQueue->size() == 0) {
+        return;
+    }
+    if (frameTime.load() < 0) {
+        const double shown = videoTime.load();
+        frameTime.store(shown);
+        _requestSeek(shown < kStepBackFromStart ? 0.0 : shown - kStepBackSeconds);
+        return;
+    }
+    if (videoQueue->size() < frameCache) {
+        return; // the cache is still refilling after the seek
+    }
+    _playPrevFrameAtVideoQueue();
+}
+
+void KvFFPlayer::_playNextFrameAtVideoQueue() {
+    const double cursor = frameTime.load();
+    KvYUV420P* copy = nullptr;
+    double next = -1.0;
+    videoQueue->lock();
+    for (KvQueueNode* node = videoQueue->headNode(); node != nullptr; node = node->next) {
+        const auto* picture = static_cast<const KvYUV420P*>(node->data);
+        const auto* following =
+            node->next != nullptr ? static_cast<const KvYUV420P*>(node->next->data) : nullptr;
+        if (picture->time == cursor ||
+            (picture->time <= cursor && following != nullptr && following->time > cursor)) {
+            copy = copyPicture(picture);
+            next = following != nullptr ? following->time : -1.0;
+            break;
+        }
+    }
+    videoQueue->unlock();
+    if (copy != nullptr) {
+        frameTime.store(next);
+        _renderVideo(copy);
+    }
+    if (copy == nullptr || next < 0) {
+        // Stepping has left the cache; the next step starts over from the queue's head.
+        frameTime.store(-1.0);
+        _clearQueues();
+    }
+}
+
+void KvFFPlayer::_playPrevFrameAtVideoQueue() {
+    const double cursor = frameTime.load();
+    KvYUV420P* copy = nullptr;
+    double previousTime = -1.0;
+    qDebug("frameTime = %lf", cursor);
+    videoQueue->lock();
+    const KvYUV420P* previous = nullptr;
+    for (KvQueueNode* node = videoQueue->headNode(); node != nullptr; node = node->next) {
+        const auto* picture = static_cast<const KvYUV420P*>(node->data);
+        qDebug("now time = %lf", picture->time);
+        const bool exact = picture->time == cursor;
+        const bool straddles =
+            previous != nullptr && picture->time >= cursor && cursor > previous->time;
+        if (exact || straddles) {
+            copy = copyPicture(picture);
+            previousTime = previous != nullptr ? previous->time : -1.0;
+            if (exact) {
+                qDebug("last frame time = %lf", previousTime);
+            } else {
+                qDebug("center frame time = %lf", previousTime);
+            }
+            break;
+        }
+        previous = picture;
+    }
+    videoQueue->unlock();
+    if (copy == nullptr) {
+        qDebug("not find");
+    }
+    frameTime.store(previousTime);
+    if (copy != nullptr) {
+        _renderVideo(copy);
+    }
+    if (previousTime < 0) {
+        _clearQueues();
+    }
+}

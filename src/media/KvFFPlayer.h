@@ -1,0 +1,177 @@
+#pragma once
+
+#include "KvThread.h"
+
+extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libavformat/avformat.h>
+}
+
+#include <atomic>
+#include <cstdint>
+#include <mutex>
+
+class KvAudioPlayer;
+class KvAudioQueue;
+class KvFFPlayer;
+class KvVideoSink;
+class KvYUV420P;
+class MutexQueue;
+class StreamReader;
+
+// Status callback of the player core: (context, code, position, duration), times in seconds.
+// Code 3: a picture was shown; 1: the pictures ran out after the end of the file; 2: they ran
+// out for another reason (a read error, or decoding stopped). Called on the video thread (on the
+// GUI thread for single-frame steps); the owner forwards it to its own thread.
+using KvPlayerCallback = void (*)(void* context, int code, double time, double duration);
+
+// A worker of one player core. run() does the player's work and then releases _finished, which
+// joinAndDelete() acquires before destroying the object: QThread ends a thread and wakes its
+// waiters through locks that ThreadSanitizer cannot see.
+class KvFFPlayerThread : public KvThread {
+public:
+    explicit KvFFPlayerThread(KvFFPlayer* player) : player(player) {}
+    // Stops, joins and destroys the thread; harmless for null.
+    static void stopAndDelete(KvFFPlayerThread* thread);
+
+protected:
+    void run() final;
+    virtual void _work() = 0;
+
+    KvFFPlayer* player;
+
+private:
+    std::atomic<bool> _finished{false};
+};
+
+class KvDecodeThread : public KvFFPlayerThread {
+public:
+    using KvFFPlayerThread::KvFFPlayerThread;
+
+protected:
+    void _work() override;
+};
+
+class KvVideoThread : public KvFFPlayerThread {
+public:
+    using KvFFPlayerThread::KvFFPlayerThread;
+
+protected:
+    void _work() override;
+};
+
+class KvAudioThread : public KvFFPlayerThread {
+public:
+    using KvFFPlayerThread::KvFFPlayerThread;
+
+protected:
+    void _work() override;
+};
+
+// Plays one media file: a decode thread demultiplexes and decodes into a picture queue (kept at
+// most frameCache pictures ahead) and an audio queue; a video thread paces the pictures by their
+// timestamps against the wall clock and hands each to the view; an audio thread writes audio
+// blocks to the device while audio time is not ahead of video time. Seeks are requests the
+// decode thread carries out. While paused, single pictures can be stepped forwards and, inside
+// the cache of decoded pictures, backwards.
+//
+// Every public operation runs on the GUI thread, which only sets flags and starts and joins the
+// workers. Fields that workers share are atomics; the two queues have their own locks.
+class KvFFPlayer {
+public:
+    KvFFPlayer();
+    KvFFPlayer(const KvFFPlayer&) = delete;
+    KvFFPlayer& operator=(const KvFFPlayer&) = delete;
+    // Stops everything and closes the file.
+    virtual ~KvFFPlayer();
+
+    void setHardwareDecode(bool hardware) { hardwareDecode = hardware; }
+    void setCallback(void* context, KvPlayerCallback callback);
+
+    int openInput(const char* path);
+    int closeInput();
+    bool isOpenFile() const;
+    void start();
+    void play();
+    void pause();
+    void seek(double seconds);
+    bool isPlaying() const;
+    int startPlay(const char* path);
+    void stop();
+    void stopPlay();
+
+    int getVideoInterval() const;
+    double current() const;
+    double duration() const;
+    void setInterval(long long microseconds) { interval.store(microseconds); }
+
+    void playNextVideo();
+    void playPrevVideo();
+
+    void setVideoView(KvVideoSink* view) { videoView.store(view); }
+    KvVideoSink* getVideoView() const { return videoView.load(); }
+    void disableAudio(bool disabled) { audioDisabled.store(disabled); }
+    void setVolume(float volume);
+    float getVolume() const { return volume; }
+
+    // Decodes one packet (null: none) of the stream into frame; *gotPicture tells whether a
+    // picture came out. Negative FFmpeg codes on failure.
+    int decodeVideo(const AVStream* stream, AVFrame* frame, int* gotPicture, AVPacket* packet);
+
+protected:
+    friend class KvDecodeThread;
+    friend class KvVideoThread;
+    friend class KvAudioThread;
+
+    virtual void _doDecode();
+    virtual void _doPlayVideo();
+    virtual void _doPlayAudio();
+    virtual int _doSeek(double seconds, int flags);
+
+    void _renderVideo(KvYUV420P* picture);
+    void _syncAudio2Video();
+    void _playNextFrameAtVideoQueue();
+    void _playPrevFrameAtVideoQueue();
+    void _callback(int code);
+    void _clearQueues();
+    void _destroyQueues();
+    void _stopPresentation();
+    void _requestSeek(double seconds);
+    KvYUV420P* _makePicture(const AVFrame* frame) const;
+    void _startAudio();
+
+    // Created and destroyed by the GUI thread while no worker runs; used by the decode thread.
+    StreamReader* reader = nullptr;
+    bool hardwareDecode = false;
+    // GUI thread only: the workers of the current run (null when not running).
+    KvDecodeThread* decodeThread = nullptr;
+    KvVideoThread* videoThread = nullptr;
+    KvAudioThread* audioThread = nullptr;
+    std::atomic<double> videoTime{0.0}; // written by the video thread, the decode thread on a
+                                        // seek and the GUI thread when stepping
+    std::atomic<double> audioTime{0.0}; // written by the audio thread and on a seek
+    std::atomic<double> frameTime{0.0}; // stepping cursor; -1 when not stepping
+    int frameCache = 0;                 // set by start() before the decode thread runs
+    std::atomic<int> frameCount{0};     // pictures since the video clock was anchored; a seek
+                                        // resets it so that the video thread re-anchors
+    std::atomic<bool> seekRequested{false};
+    std::atomic<double> seekTime{0.0};
+    std::atomic<int> readError{0};       // last negative read result, for the end code
+    std::atomic<long long> interval{-1}; // microseconds per picture; <= 0: from the frame rate
+    // Created by start() before the workers run, destroyed after they were joined; each has its
+    // own lock.
+    MutexQueue* videoQueue = nullptr;
+    KvAudioQueue* audioQueue = nullptr;
+    std::atomic<KvVideoSink*> videoView{nullptr};
+    KvAudioPlayer* audioPlayer = nullptr; // GUI thread starts/stops it; the audio thread writes
+    std::atomic<bool> audioDisabled{false};
+    float volume = 1.0f; // GUI thread
+    // True from start() until the decode loop has ended: the presentation threads end when their
+    // queue is empty and this is false.
+    std::atomic<bool> _decoding{false};
+
+private:
+    std::mutex _callbackMutex; // guards the two fields below, set by the GUI thread
+    void* callbackContext = nullptr;
+    KvPlayerCallback callback = nullptr;
+};

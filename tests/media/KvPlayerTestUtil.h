@@ -1,0 +1,150 @@
+#pragma once
+
+// Helpers shared by the player-core tests: a picture sink that records what reaches it and when,
+// a recorder of status callbacks, and a player that lets the tests look at its clocks and queues.
+
+#include "KvAudioData.h"
+#include "KvAudioPlayer.h"
+#include "KvAudioQueue.h"
+#include "KvFFPlayer.h"
+#include "KvVideoSink.h"
+#include "KvYUV420P.h"
+#include "MutexQueue.h"
+#include "StreamReader.h"
+
+#include <QElapsedTimer>
+#include <QString>
+
+#include <mutex>
+#include <vector>
+
+namespace kvtest {
+
+inline QByteArray playbackClip(const char* name) {
+    return (QString::fromUtf8(KV_PLAYBACK_MEDIA_DIR) + "/" + name).toUtf8();
+}
+
+inline QByteArray mediaClip(const QString& name) {
+    return (QString::fromUtf8(KV_TEST_MEDIA_DIR) + "/" + name).toUtf8();
+}
+
+// One picture as it reached the sink.
+struct ShownPicture {
+    double time;   // the picture's presentation time
+    qint64 wallNs; // when it arrived, on the sink's clock
+    int width;
+    int height;
+    unsigned char firstLuma;
+};
+
+// Records every picture handed to it (and destroys it), from whatever thread.
+class RecordingSink : public KvVideoSink {
+public:
+    RecordingSink() { clock.start(); }
+    void updateYUV420Async(KvYUV420P* picture) override {
+        ShownPicture shown{picture->time, clock.nsecsElapsed(), picture->width, picture->height,
+                           picture->y != nullptr ? picture->y[0] : (unsigned char)0};
+        delete picture;
+        std::lock_guard<std::mutex> guard(mutex);
+        pictures.push_back(shown);
+    }
+    std::vector<ShownPicture> snapshot() {
+        std::lock_guard<std::mutex> guard(mutex);
+        return pictures;
+    }
+    int count() {
+        std::lock_guard<std::mutex> guard(mutex);
+        return int(pictures.size());
+    }
+    void reset() {
+        std::lock_guard<std::mutex> guard(mutex);
+        pictures.clear();
+    }
+
+private:
+    QElapsedTimer clock;
+    std::mutex mutex;
+    std::vector<ShownPicture> pictures;
+};
+
+struct CallbackEvent {
+    int code;
+    double time;
+    double duration;
+};
+
+// Collects the status callbacks of a player (called on its video thread or the GUI thread).
+class CallbackRecorder {
+public:
+    static void callback(void* context, int code, double time, double duration) {
+        auto* self = static_cast<CallbackRecorder*>(context);
+        std::lock_guard<std::mutex> guard(self->mutex);
+        self->events.push_back({code, time, duration});
+    }
+    std::vector<CallbackEvent> snapshot() {
+        std::lock_guard<std::mutex> guard(mutex);
+        return events;
+    }
+    int count(int code) {
+        std::lock_guard<std::mutex> guard(mutex);
+        int n = 0;
+        for (const CallbackEvent& event : events) {
+            n += event.code == code ? 1 : 0;
+        }
+        return n;
+    }
+    void reset() {
+        std::lock_guard<std::mutex> guard(mutex);
+        events.clear();
+    }
+
+private:
+    std::mutex mutex;
+    std::vector<CallbackEvent> events;
+};
+
+// The player with its insides visible to the tests, and the seeks it performs recorded.
+class TestPlayer : public KvFFPlayer {
+public:
+    double videoClock() const { return videoTime.load(); }
+    double audioClock() const { return audioTime.load(); }
+    double stepCursor() const { return frameTime.load(); }
+    double requestedSeek() const { return seekTime.load(); }
+    bool seekPending() const { return seekRequested.load(); }
+    void setVideoClock(double seconds) { videoTime.store(seconds); }
+    int cacheSize() const { return frameCache; }
+    int64_t queuedPictures() const { return videoQueue != nullptr ? videoQueue->size() : -1; }
+    int64_t queuedAudio() const { return audioQueue != nullptr ? audioQueue->size() : -1; }
+    KvAudioQueue* audio() const { return audioQueue; }
+    KvAudioPlayer* output() const { return audioPlayer; }
+    StreamReader* streamReader() const { return reader; }
+    bool anyThread() const {
+        return decodeThread != nullptr || videoThread != nullptr || audioThread != nullptr;
+    }
+    std::vector<double> seeks() {
+        std::lock_guard<std::mutex> guard(seekMutex);
+        return seekTargets;
+    }
+    // When set, the video thread shows nothing and video time stays where the test puts it.
+    std::atomic<bool> holdVideo{false};
+
+protected:
+    int _doSeek(double seconds, int flags) override {
+        {
+            std::lock_guard<std::mutex> guard(seekMutex);
+            seekTargets.push_back(seconds);
+        }
+        return KvFFPlayer::_doSeek(seconds, flags);
+    }
+    void _doPlayVideo() override {
+        if (!holdVideo.load()) {
+            KvFFPlayer::_doPlayVideo();
+        }
+    }
+
+private:
+    std::mutex seekMutex;
+    std::vector<double> seekTargets;
+};
+
+} // namespace kvtest

@@ -1,0 +1,421 @@
+// KvFFPlayer on generated clips: pacing, status callbacks, seeking, pause, single-frame steps and
+// the audio path to the default device (the PulseAudio null sink in CI).
+
+#include "KvPlayerTestUtil.h"
+
+#include <QAudioDeviceInfo>
+#include <QtTest>
+
+#include <algorithm>
+#include <cmath>
+
+using namespace kvtest;
+
+namespace {
+
+constexpr int kPlayTimeoutMs = 15000;
+
+bool haveDevice() {
+    return !QAudioDeviceInfo::defaultOutputDevice().isNull();
+}
+
+} // namespace
+
+class TestFFPlayer : public QObject {
+    Q_OBJECT
+private slots:
+    void picturesArriveInOrderAtRealTime();
+    void endOfFileIsReportedOnce();
+    void seekLandsWithinAGopBeforeTheTarget();
+    void seekWhilePlayingJumps();
+    void seekBeyondTheEndChangesNothing();
+    void pauseStopsAndPlayResumes();
+    void stepForwardShowsTheNextPicture();
+    void stepBackwardSeeksHalfASecondBack();
+    void stepsWalkTheCacheAndPlayResumesThere();
+    void frameCacheFollowsTheGop();
+    void videoInterval();
+    void audioIsWrittenAtRealTimeBehindThePicture();
+    void audioWaitsForThePicture();
+    void mutedPlayerWritesNothing();
+    void disabledAudioMakesNoOutput();
+};
+
+void TestFFPlayer::picturesArriveInOrderAtRealTime() {
+    TestPlayer player;
+    RecordingSink sink;
+    CallbackRecorder recorder;
+    player.setVideoView(&sink);
+    player.setCallback(&recorder, &CallbackRecorder::callback);
+    QVERIFY(player.startPlay(playbackClip("play-3s.mp4").constData()) >= 0);
+    QVERIFY(player.isPlaying());
+    QTRY_VERIFY_WITH_TIMEOUT(recorder.count(1) == 1, kPlayTimeoutMs);
+    player.stopPlay();
+
+    const auto pictures = sink.snapshot();
+    // 90 pictures; the decoder's last one or two may stay inside it at the end of the file.
+    QVERIFY2(pictures.size() >= 85 && pictures.size() <= 90,
+             qPrintable(QString::number(pictures.size())));
+    for (size_t i = 1; i < pictures.size(); ++i) {
+        QVERIFY(pictures[i].time > pictures[i - 1].time);
+    }
+    QVERIFY(pictures.front().time < 0.001);
+    const double wall = (pictures.back().wallNs - pictures.front().wallNs) / 1e9;
+    const double media = pictures.back().time - pictures.front().time;
+    QVERIFY2(std::fabs(wall - 3.0) <= 0.3,
+             qPrintable(QString("first to last picture: %1 s wall").arg(wall)));
+    QVERIFY2(std::fabs(wall - media) <= 0.1 * media,
+             qPrintable(QString("%1 s wall for %2 s of pictures").arg(wall).arg(media)));
+    // Each picture is on time: never more than one frame interval late against its timestamp.
+    for (const ShownPicture& picture : pictures) {
+        const double due = picture.time - pictures.front().time;
+        const double at = (picture.wallNs - pictures.front().wallNs) / 1e9;
+        QVERIFY2(at - due < 1.0 / 30, qPrintable(QString("picture %1 at %2").arg(due).arg(at)));
+    }
+}
+
+void TestFFPlayer::endOfFileIsReportedOnce() {
+    TestPlayer player;
+    CallbackRecorder recorder;
+    player.setCallback(&recorder, &CallbackRecorder::callback);
+    QVERIFY(player.startPlay(playbackClip("play-3s.mp4").constData()) >= 0);
+    QTRY_VERIFY_WITH_TIMEOUT(recorder.count(1) >= 1, kPlayTimeoutMs);
+    QTest::qWait(500);
+    const auto events = recorder.snapshot();
+    player.stopPlay();
+
+    QCOMPARE(recorder.count(1), 1);
+    QCOMPARE(recorder.count(2), 0);
+    QCOMPARE(events.back().code, 1);
+    // Code 3 for every picture, positions rising, with the file's duration.
+    double last = -1;
+    int shown = 0;
+    for (const CallbackEvent& event : events) {
+        if (event.code == 3) {
+            QVERIFY(event.time > last);
+            last = event.time;
+            ++shown;
+        }
+        QVERIFY(std::fabs(event.duration - 3.0) < 0.05);
+    }
+    QVERIFY(shown >= 85);
+    QVERIFY(std::fabs(events.back().time - last) < 1e-9);
+}
+
+void TestFFPlayer::seekLandsWithinAGopBeforeTheTarget() {
+    TestPlayer player;
+    RecordingSink sink;
+    player.setVideoView(&sink);
+    QVERIFY(player.startPlay(playbackClip("long-10s.mp4").constData()) >= 0);
+    QTRY_VERIFY(sink.count() >= 5);
+    player.pause();
+    QVERIFY(!player.isPlaying());
+    player.seek(6.3);
+    QTRY_VERIFY(!player.seekPending());
+    QTRY_VERIFY(player.queuedPictures() > player.cacheSize());
+    QCOMPARE(player.videoClock(), 6.3);
+    sink.reset();
+    player.play();
+    QTRY_VERIFY(sink.count() >= 3);
+    player.stopPlay();
+    const auto pictures = sink.snapshot();
+    // The clip has a key frame every second: playing resumes at the one before the target.
+    QVERIFY2(pictures[0].time <= 6.3 && pictures[0].time >= 6.3 - 1.0,
+             qPrintable(QString::number(pictures[0].time)));
+    QVERIFY(pictures[1].time > pictures[0].time);
+}
+
+void TestFFPlayer::seekWhilePlayingJumps() {
+    TestPlayer player;
+    RecordingSink sink;
+    player.setVideoView(&sink);
+    QVERIFY(player.startPlay(playbackClip("long-10s.mp4").constData()) >= 0);
+    QTRY_VERIFY(sink.count() >= 5);
+    player.seek(7.5);
+    QTRY_VERIFY_WITH_TIMEOUT(player.videoClock() >= 6.5 && sink.count() > 12, 5000);
+    QTest::qWait(300);
+    player.stopPlay();
+    const auto pictures = sink.snapshot();
+    size_t jump = 1;
+    while (jump < pictures.size() && pictures[jump].time - pictures[jump - 1].time < 1.0) {
+        ++jump;
+    }
+    QVERIFY(jump < pictures.size());
+    QVERIFY2(pictures[jump].time <= 7.5 && pictures[jump].time >= 6.5,
+             qPrintable(QString::number(pictures[jump].time)));
+    // After the jump the pictures go on in order at their pace again.
+    for (size_t i = jump + 1; i < pictures.size(); ++i) {
+        QVERIFY(pictures[i].time > pictures[i - 1].time);
+    }
+}
+
+void TestFFPlayer::seekBeyondTheEndChangesNothing() {
+    TestPlayer player;
+    RecordingSink sink;
+    player.setVideoView(&sink);
+    QVERIFY(player.startPlay(playbackClip("long-10s.mp4").constData()) >= 0);
+    QTRY_VERIFY(sink.count() >= 5);
+    player.pause();
+    QTRY_VERIFY(player.queuedPictures() > player.cacheSize());
+    const double video = player.videoClock();
+    const double audio = player.audioClock();
+    const int64_t pictures = player.queuedPictures();
+    const int64_t blocks = player.queuedAudio();
+    player.seek(player.duration() + 1.0);
+    QTRY_VERIFY(!player.seekPending());
+    QTest::qWait(100);
+    QCOMPARE(player.videoClock(), video);
+    QCOMPARE(player.audioClock(), audio);
+    QCOMPARE(player.queuedPictures(), pictures);
+    QCOMPARE(player.queuedAudio(), blocks);
+    QCOMPARE(player.seeks().size(), size_t(1));
+    player.stopPlay();
+}
+
+void TestFFPlayer::pauseStopsAndPlayResumes() {
+    TestPlayer player;
+    RecordingSink sink;
+    player.setVideoView(&sink);
+    QVERIFY(player.startPlay(playbackClip("long-10s.mp4").constData()) >= 0);
+    QTRY_VERIFY(sink.count() >= 10);
+    player.pause();
+    QVERIFY(!player.isPlaying());
+    QVERIFY(player.isOpenFile());
+    const int paused = sink.count();
+    const double at = player.current();
+    QTest::qWait(400);
+    QCOMPARE(sink.count(), paused);
+    QCOMPARE(player.current(), at);
+    player.pause(); // a second pause is harmless
+    QVERIFY(!player.isPlaying());
+    player.play();
+    QVERIFY(player.isPlaying());
+    QTRY_VERIFY(sink.count() >= paused + 5);
+    player.stopPlay();
+    const auto pictures = sink.snapshot();
+    // Resumed with the next picture, one frame interval (1/25 s) after the last one shown.
+    QVERIFY(std::fabs(pictures[size_t(paused)].time - (at + 0.04)) < 0.001);
+    QVERIFY(!player.anyThread());
+}
+
+void TestFFPlayer::stepForwardShowsTheNextPicture() {
+    TestPlayer player;
+    RecordingSink sink;
+    CallbackRecorder recorder;
+    player.setVideoView(&sink);
+    player.setCallback(&recorder, &CallbackRecorder::callback);
+    QVERIFY(player.startPlay(playbackClip("step-25fps.mp4").constData()) >= 0);
+    QTRY_VERIFY(sink.count() >= 10);
+    player.pause();
+    QTRY_VERIFY(player.queuedPictures() > player.cacheSize());
+    const double shown = player.videoClock();
+    const int count = sink.count();
+    recorder.reset();
+    player.playNextVideo();
+    QCOMPARE(sink.count(), count + 1);
+    QVERIFY(std::fabs(sink.snapshot().back().time - (shown + 0.04)) < 0.001);
+    QCOMPARE(player.videoClock(), sink.snapshot().back().time);
+    // The callback came on this (the GUI) thread, at once.
+    QCOMPARE(recorder.count(3), 1);
+    player.playNextVideo();
+    QVERIFY(std::fabs(sink.snapshot().back().time - (shown + 0.08)) < 0.001);
+    // The audio behind the stepped picture was dropped.
+    KvAudioData* block = player.audio() != nullptr ? player.audio()->popAudioData() : nullptr;
+    if (block != nullptr) {
+        QVERIFY(block->time >= player.videoClock() - 0.05);
+        delete block;
+    }
+    player.stopPlay();
+}
+
+void TestFFPlayer::stepBackwardSeeksHalfASecondBack() {
+    TestPlayer player;
+    RecordingSink sink;
+    player.setVideoView(&sink);
+    QVERIFY(player.startPlay(playbackClip("step-25fps.mp4").constData()) >= 0);
+    QTRY_VERIFY(sink.count() >= 3);
+    player.pause();
+    QTRY_VERIFY(player.queuedPictures() > player.cacheSize());
+    // Within the first second the step goes back to the start.
+    player.setVideoClock(0.7);
+    player.playPrevVideo();
+    QCOMPARE(player.stepCursor(), 0.7);
+    QCOMPARE(player.requestedSeek(), 0.0);
+    QTRY_VERIFY(!player.seekPending());
+    QCOMPARE(player.seeks().back(), 0.0);
+    // Later, half a second back.
+    player.play();
+    player.pause();
+    QTRY_VERIFY(player.queuedPictures() > player.cacheSize());
+    player.setVideoClock(3.0);
+    player.playPrevVideo();
+    QCOMPARE(player.requestedSeek(), 2.5);
+    QTRY_VERIFY(!player.seekPending());
+    QCOMPARE(player.seeks().back(), 2.5);
+    // At video time 0 there is nothing before.
+    player.play();
+    player.pause();
+    QTRY_VERIFY(!player.seekPending());
+    QTRY_VERIFY(player.queuedPictures() > player.cacheSize());
+    player.setVideoClock(0.0);
+    const size_t seeks = player.seeks().size();
+    player.playPrevVideo();
+    QTest::qWait(50);
+    QCOMPARE(player.seeks().size(), seeks);
+    player.stopPlay();
+}
+
+void TestFFPlayer::stepsWalkTheCacheAndPlayResumesThere() {
+    TestPlayer player;
+    RecordingSink sink;
+    player.setVideoView(&sink);
+    QVERIFY(player.startPlay(playbackClip("step-25fps.mp4").constData()) >= 0);
+    QTRY_VERIFY_WITH_TIMEOUT(player.videoClock() >= 2.0, 5000);
+    player.pause();
+    const double shown = player.videoClock();
+    // First backward step: the cache refills from before the picture.
+    player.playPrevVideo();
+    QCOMPARE(player.stepCursor(), shown);
+    QTRY_VERIFY(!player.seekPending());
+    QTRY_VERIFY(player.queuedPictures() > player.cacheSize());
+    // Second: the picture itself again, the cursor moves to the one before.
+    player.playPrevVideo();
+    QVERIFY(std::fabs(sink.snapshot().back().time - shown) < 1e-9);
+    QVERIFY(std::fabs(player.stepCursor() - (shown - 0.04)) < 0.001);
+    // Then one picture back per step.
+    player.playPrevVideo();
+    QVERIFY(std::fabs(sink.snapshot().back().time - (shown - 0.04)) < 0.001);
+    player.playPrevVideo();
+    const double stepped = sink.snapshot().back().time;
+    QVERIFY(std::fabs(stepped - (shown - 0.08)) < 0.001);
+    QVERIFY(std::fabs(player.current() - (shown - 0.12)) < 0.001);
+    // A forward step inside the cache shows the picture at the cursor.
+    player.playNextVideo();
+    QVERIFY(std::fabs(sink.snapshot().back().time - (shown - 0.12)) < 0.001);
+    QVERIFY(std::fabs(player.current() - (shown - 0.08)) < 0.001);
+    // play() resumes at the stepped cursor, not at the picture shown before the steps.
+    const double cursor = player.current();
+    sink.reset();
+    player.play();
+    QTRY_VERIFY(sink.count() >= 3);
+    player.stopPlay();
+    const auto pictures = sink.snapshot();
+    QVERIFY2(pictures[0].time <= cursor + 1e-9 && pictures[0].time >= cursor - 0.4 - 1e-9,
+             qPrintable(QString("%1 for cursor %2").arg(pictures[0].time).arg(cursor)));
+    QVERIFY(pictures[0].time < shown);
+}
+
+void TestFFPlayer::frameCacheFollowsTheGop() {
+    const std::pair<int, int> cases[] = {{20, 40}, {40, 60}, {10, 30}, {14, 30}, {15, 30}};
+    for (const auto& [gop, cache] : cases) {
+        TestPlayer player;
+        QVERIFY(player.openInput(playbackClip("step-25fps.mp4").constData()) >= 0);
+        player.streamReader()->getVideoCodecContext()->gop_size = gop;
+        player.disableAudio(true);
+        player.start();
+        QCOMPARE(player.cacheSize(), cache);
+        QTRY_VERIFY(player.queuedPictures() == cache + 1);
+        QTest::qWait(50);
+        QCOMPARE(player.queuedPictures(), int64_t(cache + 1));
+        player.stopPlay();
+    }
+}
+
+void TestFFPlayer::videoInterval() {
+    TestPlayer player;
+    QCOMPARE(player.getVideoInterval(), -1);
+    QCOMPARE(player.duration(), 0.0);
+    QVERIFY(player.openInput(playbackClip("step-25fps.mp4").constData()) >= 0);
+    QCOMPARE(player.getVideoInterval(), 40);
+    player.streamReader()->getVideoStream()->avg_frame_rate = AVRational{0, 0};
+    QCOMPARE(player.getVideoInterval(), 33);
+    player.closeInput();
+    QVERIFY(player.openInput(playbackClip("play-3s.mp4").constData()) >= 0);
+    QCOMPARE(player.getVideoInterval(), 33);
+    player.closeInput();
+}
+
+void TestFFPlayer::audioIsWrittenAtRealTimeBehindThePicture() {
+    if (!haveDevice()) {
+        QSKIP("no audio output device");
+    }
+    TestPlayer player;
+    QVERIFY(player.startPlay(playbackClip("play-3s.mp4").constData()) >= 0);
+    QVERIFY(player.audio() != nullptr && player.output() != nullptr);
+    // The CI device is 44.1 kHz S16 stereo and the clip is 48 kHz: blocks of 1024 samples x 2
+    // channels x 2 bytes, resampled.
+    const QAudioFormat device = QAudioDeviceInfo::defaultOutputDevice().preferredFormat();
+    QCOMPARE(player.output()->format().sampleRate(), device.sampleRate());
+    QCOMPARE(player.audio()->isResampling(), true);
+    if (device.sampleRate() == 44100 && device.sampleSize() == 16 && device.channelCount() == 2) {
+        QCOMPARE(player.audio()->getBlockSize0(), 4096);
+    }
+    QElapsedTimer timer;
+    timer.start();
+    double worstLead = -1;
+    while (timer.elapsed() < 2000) {
+        worstLead = std::max(worstLead, player.audioClock() - player.videoClock());
+        QTest::qWait(1);
+    }
+    const double played = player.output()->processedUSecs() / 1e6;
+    const double elapsed = timer.elapsed() / 1000.0;
+    const double audioAt = player.audioClock();
+    player.stopPlay();
+    // A block is written only while audio time is not ahead of video time, so the newest block
+    // is at most about one block (23 ms) past the picture.
+    QVERIFY2(worstLead < 0.05, qPrintable(QString::number(worstLead)));
+    QVERIFY2(audioAt > 1.7, qPrintable(QString::number(audioAt)));
+    // The device really played the audio, at its real-time pace.
+    QVERIFY2(played > 0.6 * elapsed && played < 1.1 * elapsed,
+             qPrintable(QString("played %1 s in %2 s").arg(played).arg(elapsed)));
+}
+
+void TestFFPlayer::audioWaitsForThePicture() {
+    if (!haveDevice()) {
+        QSKIP("no audio output device");
+    }
+    TestPlayer player;
+    player.holdVideo = true;
+    QVERIFY(player.startPlay(playbackClip("play-3s.mp4").constData()) >= 0);
+    QTRY_VERIFY(player.queuedAudio() > 40);
+    QTest::qWait(300);
+    // Video time stays 0: only the block(s) stamped 0 and the next one went out.
+    QVERIFY2(player.audioClock() < 0.05, qPrintable(QString::number(player.audioClock())));
+    QVERIFY(player.queuedAudio() > 40);
+    player.setVideoClock(1.0);
+    QTRY_VERIFY_WITH_TIMEOUT(player.audioClock() >= 0.97, 3000);
+    QTest::qWait(300);
+    QVERIFY2(player.audioClock() < 1.05, qPrintable(QString::number(player.audioClock())));
+    player.stopPlay();
+}
+
+void TestFFPlayer::mutedPlayerWritesNothing() {
+    if (!haveDevice()) {
+        QSKIP("no audio output device");
+    }
+    TestPlayer player;
+    player.setVolume(0.0f);
+    QVERIFY(player.startPlay(playbackClip("play-3s.mp4").constData()) >= 0);
+    QCOMPARE(player.output()->getVolume(), 0.0f);
+    QTRY_VERIFY(player.audioClock() > 1.0);
+    QCOMPARE(player.output()->processedUSecs(), qint64(0));
+    player.stopPlay();
+}
+
+void TestFFPlayer::disabledAudioMakesNoOutput() {
+    TestPlayer player;
+    RecordingSink sink;
+    CallbackRecorder recorder;
+    player.setVideoView(&sink);
+    player.setCallback(&recorder, &CallbackRecorder::callback);
+    player.disableAudio(true);
+    QVERIFY(player.startPlay(playbackClip("play-3s.mp4").constData()) >= 0);
+    QVERIFY(player.audio() == nullptr);
+    QVERIFY(player.output() == nullptr);
+    QTRY_VERIFY_WITH_TIMEOUT(recorder.count(1) == 1, kPlayTimeoutMs);
+    QVERIFY(sink.count() >= 85);
+    player.stopPlay();
+}
+
+QTEST_GUILESS_MAIN(TestFFPlayer)
+#include "tst_ffplayer.moc"
