@@ -17,6 +17,7 @@ extern "C" {
 }
 
 #include <QAudioDeviceInfo>
+#include <QFileInfo>
 #include <QThread>
 
 #include <memory>
@@ -159,6 +160,7 @@ int KvFFPlayer::openInput(const char* path) {
     closeInput();
     reader = new StreamReader();
     reader->setUseHwaccel(hardwareDecode);
+    _path = QByteArray(path != nullptr ? path : "");
     return reader->startReading(path, nullptr);
 }
 
@@ -213,6 +215,7 @@ void KvFFPlayer::start() {
     stop();
     seekRequested.store(false);
     seekTime.store(0.0);
+    _seeksDone.store(_seeksRequested.load());
     readError.store(0);
     audioTime.store(0.0);
     videoTime.store(0.0);
@@ -233,9 +236,16 @@ void KvFFPlayer::start() {
 
 void KvFFPlayer::_requestSeek(double seconds) {
     qDebug("seek %lf", seconds);
-    // The target first: the decode thread reads it after it sees the request.
+    // Counted first and the target before the flag: the decode thread reads both after it sees
+    // the request.
+    _seeksRequested.fetch_add(1);
     seekTime.store(seconds);
     seekRequested.store(true);
+}
+
+bool KvFFPlayer::_seekPending() const {
+    // Only a running decode thread carries a seek out.
+    return _seeksRequested.load() != _seeksDone.load() && _decoding.load();
 }
 
 void KvFFPlayer::play() {
@@ -428,8 +438,10 @@ void KvFFPlayer::_doDecode() {
     int result = 0;
     while (!workerStopped()) {
         if (seekRequested.exchange(false)) {
+            const unsigned serial = _seeksRequested.load();
             _doSeek(seekTime.load(), kSeekFlags);
             frameCount.store(0);
+            _seeksDone.store(serial);
         }
         if (videoQueue != nullptr && videoQueue->size() > frameCache) {
             sleepPoll();
@@ -466,6 +478,10 @@ void KvFFPlayer::_doDecode() {
         }
         av_packet_unref(packet.get());
     }
+    if (result == AVERROR_EOF && _endedEarly()) {
+        // The file is cut off: its index promises samples beyond its last byte.
+        result = AVERROR_INVALIDDATA;
+    }
     if (result < 0) {
         readError.store(result);
         if (result != AVERROR_EOF) {
@@ -475,6 +491,19 @@ void KvFFPlayer::_doDecode() {
         }
     }
     _decoding.store(false, std::memory_order_release);
+}
+
+bool KvFFPlayer::_endedEarly() const {
+    const qint64 fileSize = QFileInfo(QString::fromUtf8(_path)).size();
+    for (AVStream* stream : {reader->getVideoStream(), reader->getAudioStream()}) {
+        const int entries = stream != nullptr ? avformat_index_get_entries_count(stream) : 0;
+        const AVIndexEntry* last =
+            entries > 0 ? avformat_index_get_entry(stream, entries - 1) : nullptr;
+        if (last != nullptr && fileSize > 0 && last->pos + last->size > fileSize) {
+            return true;
+        }
+    }
+    return false;
 }
 
 void KvFFPlayer::_renderVideo(KvYUV420P* picture) {
@@ -503,7 +532,7 @@ void KvFFPlayer::_doPlayVideo() {
     bool ranDry = false;
     while (!workerStopped()) {
         const int64_t now = av_gettime();
-        if (now < due) {
+        if (now < due || _seekPending()) {
             sleepPoll();
             continue;
         }
@@ -542,7 +571,7 @@ void KvFFPlayer::_doPlayAudio() {
     }
     while (!workerStopped()) {
         // Audio never runs ahead of the picture.
-        if (audioTime.load() > videoTime.load()) {
+        if (audioTime.load() > videoTime.load() || _seekPending()) {
             sleepPoll();
             continue;
         }
@@ -621,7 +650,7 @@ void KvFFPlayer::playPrevVideo() {
         _requestSeek(shown < kStepBackFromStart ? 0.0 : shown - kStepBackSeconds);
         return;
     }
-    if (videoQueue->size() < frameCache) {
+    if (_seekPending() || videoQueue->size() < frameCache) {
         return; // the cache is still refilling after the seek
     }
     _playPrevFrameAtVideoQueue();

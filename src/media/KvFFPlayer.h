@@ -2,6 +2,8 @@
 
 #include "KvThread.h"
 
+#include <QByteArray>
+
 extern "C" {
 #include <libavcodec/avcodec.h>
 #include <libavformat/avformat.h>
@@ -137,11 +139,14 @@ protected:
     void _destroyQueues();
     void _stopPresentation();
     void _requestSeek(double seconds);
+    bool _seekPending() const;
+    bool _endedEarly() const;
     KvYUV420P* _makePicture(const AVFrame* frame) const;
     void _startAudio();
 
     // Created and destroyed by the GUI thread while no worker runs; used by the decode thread.
     StreamReader* reader = nullptr;
+    QByteArray _path; // of the open file; GUI thread writes it before the decode thread runs
     bool hardwareDecode = false;
     // GUI thread only: the workers of the current run (null when not running).
     KvDecodeThread* decodeThread = nullptr;
@@ -156,6 +161,10 @@ protected:
                                         // resets it so that the video thread re-anchors
     std::atomic<bool> seekRequested{false};
     std::atomic<double> seekTime{0.0};
+    // Seek requests made (GUI thread) and carried out (decode thread). While they differ the
+    // queues still hold pictures from before the target, so presentation and stepping wait.
+    std::atomic<unsigned> _seeksRequested{0};
+    std::atomic<unsigned> _seeksDone{0};
     std::atomic<int> readError{0};       // last negative read result, for the end code
     std::atomic<long long> interval{-1}; // microseconds per picture; <= 0: from the frame rate
     // Created by start() before the workers run, destroyed after they were joined; each has its

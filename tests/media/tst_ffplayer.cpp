@@ -247,11 +247,11 @@ void TestFFPlayer::stepBackwardSeeksHalfASecondBack() {
     player.play();
     player.pause();
     QTRY_VERIFY(player.queuedPictures() > player.cacheSize());
-    player.setVideoClock(3.0);
+    player.setVideoClock(2.0);
     player.playPrevVideo();
-    QCOMPARE(player.requestedSeek(), 2.5);
+    QCOMPARE(player.requestedSeek(), 1.5);
     QTRY_VERIFY(!player.seekPending());
-    QCOMPARE(player.seeks().back(), 2.5);
+    QCOMPARE(player.seeks().back(), 1.5);
     // At video time 0 there is nothing before.
     player.play();
     player.pause();
@@ -340,7 +340,7 @@ void TestFFPlayer::audioIsWrittenAtRealTimeBehindThePicture() {
         QSKIP("no audio output device");
     }
     TestPlayer player;
-    QVERIFY(player.startPlay(playbackClip("play-3s.mp4").constData()) >= 0);
+    QVERIFY(player.startPlay(playbackClip("long-10s.mp4").constData()) >= 0);
     QVERIFY(player.audio() != nullptr && player.output() != nullptr);
     // The CI device is 44.1 kHz S16 stereo and the clip is 48 kHz: blocks of 1024 samples x 2
     // channels x 2 bytes, resampled.
@@ -353,21 +353,26 @@ void TestFFPlayer::audioIsWrittenAtRealTimeBehindThePicture() {
     QElapsedTimer timer;
     timer.start();
     double worstLead = -1;
-    while (timer.elapsed() < 2000) {
+    double audioAtOne = -1;
+    qint64 writtenAtOne = -1;
+    while (timer.elapsed() < 4000) {
         worstLead = std::max(worstLead, player.audioClock() - player.videoClock());
+        if (audioAtOne < 0 && timer.elapsed() >= 1000) {
+            audioAtOne = player.audioClock();
+            writtenAtOne = player.output()->processedUSecs();
+        }
         QTest::qWait(1);
     }
-    const double played = player.output()->processedUSecs() / 1e6;
-    const double elapsed = timer.elapsed() / 1000.0;
-    const double audioAt = player.audioClock();
+    const double audioRate = (player.audioClock() - audioAtOne) / 3.0;
+    const double writtenRate = (player.output()->processedUSecs() - writtenAtOne) / 3e6;
     player.stopPlay();
     // A block is written only while audio time is not ahead of video time, so the newest block
     // is at most about one block (23 ms) past the picture.
     QVERIFY2(worstLead < 0.05, qPrintable(QString::number(worstLead)));
-    QVERIFY2(audioAt > 1.7, qPrintable(QString::number(audioAt)));
-    // The device really played the audio, at its real-time pace.
-    QVERIFY2(played > 0.6 * elapsed && played < 1.1 * elapsed,
-             qPrintable(QString("played %1 s in %2 s").arg(played).arg(elapsed)));
+    // Once running, the device takes audio at its real-time pace (it takes it in pieces of a
+    // fifth of a second or so, hence the tolerance), and the audio clock follows.
+    QVERIFY2(std::fabs(audioRate - 1.0) < 0.15, qPrintable(QString::number(audioRate)));
+    QVERIFY2(std::fabs(writtenRate - 1.0) < 0.15, qPrintable(QString::number(writtenRate)));
 }
 
 void TestFFPlayer::audioWaitsForThePicture() {
