@@ -141,9 +141,8 @@ int KvAudioPlayer::write(const unsigned char* data, int length) {
         if (period <= 0) {
             QThread::msleep(kWritePollMs);
         } else {
-            const qint64 accepted =
-                device->write(reinterpret_cast<const char*>(data) + offset,
-                              std::min(length - offset, period));
+            const qint64 accepted = device->write(reinterpret_cast<const char*>(data) + offset,
+                                                  std::min(length - offset, period));
             if (accepted < 0) {
                 break; // the device failed; the rest of the block is lost
             }

@@ -49,8 +49,7 @@ KvAudioQueue::KvAudioQueue(int inRate, long long inLayout, int inChannels, int i
     needResample = this->inRate != this->outRate || this->inChannels != this->outChannels ||
                    this->inLayout != this->outLayout || this->inFormat != this->outFormat;
     qDebug("%d, %lld, %d, %d", this->inRate, this->inLayout, this->inChannels, this->inFormat);
-    qDebug("%d, %lld, %d, %d", this->outRate, this->outLayout, this->outChannels,
-           this->outFormat);
+    qDebug("%d, %lld, %d, %d", this->outRate, this->outLayout, this->outChannels, this->outFormat);
     bytesPerSample = av_get_bytes_per_sample(static_cast<AVSampleFormat>(outFormat));
     outPlanar = av_sample_fmt_is_planar(static_cast<AVSampleFormat>(outFormat)) != 0;
     if (needResample) {
@@ -97,8 +96,8 @@ void KvAudioQueue::setSampleSize(int samples) {
     }
     // Planar output has one buffer per channel; the blocks carry the first two planes.
     const int planes = outPlanar ? outChannels : 1;
-    const int blockSize = outPlanar ? samples * bytesPerSample
-                                    : outChannels * samples * bytesPerSample;
+    const int blockSize =
+        outPlanar ? samples * bytesPerSample : outChannels * samples * bytesPerSample;
     blockSize0 = blockSize1 = blockSize;
     convertBuffers.assign(static_cast<size_t>(planes), nullptr);
     for (uint8_t*& buffer : convertBuffers) {
@@ -124,8 +123,8 @@ void KvAudioQueue::_appendConverted(int samples) {
 
 void KvAudioQueue::_cutBlocks(int sourceFormat, double time, std::vector<KvAudioData*>* blocks) {
     while (fifos[0] != nullptr && av_fifo_can_read(fifos[0]) >= static_cast<size_t>(blockSize0)) {
-        auto* block = outPlanar ? new KvAudioData(blockSize0, blockSize1)
-                                : new KvAudioData(blockSize0, 0);
+        auto* block =
+            outPlanar ? new KvAudioData(blockSize0, blockSize1) : new KvAudioData(blockSize0, 0);
         av_fifo_read(fifos[0], block->data0, static_cast<size_t>(blockSize0));
         if (outPlanar && fifos[1] != nullptr &&
             av_fifo_can_read(fifos[1]) >= static_cast<size_t>(blockSize1)) {

@@ -197,10 +197,10 @@ void KvFFPlayer::_startAudio() {
     const AVSampleFormat outFormat = sampleFormatOf(preferred);
     const long long outLayout =
         preferred.channelCount() == 1 ? AV_CH_LAYOUT_MONO : AV_CH_LAYOUT_STEREO;
-    audioQueue = new KvAudioQueue(decoder->sample_rate, layoutMask(decoder->ch_layout),
-                                  decoder->ch_layout.nb_channels, decoder->sample_fmt,
-                                  preferred.sampleRate(), outLayout, preferred.channelCount(),
-                                  outFormat);
+    audioQueue =
+        new KvAudioQueue(decoder->sample_rate, layoutMask(decoder->ch_layout),
+                         decoder->ch_layout.nb_channels, decoder->sample_fmt,
+                         preferred.sampleRate(), outLayout, preferred.channelCount(), outFormat);
     audioPlayer = new KvAudioPlayer();
     audioPlayer->setVolume(volume);
     audioPlayer->start(preferred.sampleRate(), outFormat, preferred.channelCount());
@@ -456,8 +456,8 @@ void KvFFPlayer::_doDecode() {
             decodeVideo(videoStream, frame.get(), &gotPicture, packet.get());
             if (gotPicture != 0) {
                 if (KvYUV420P* picture = _makePicture(frame.get())) {
-                    const int64_t pts = frame->pts != AV_NOPTS_VALUE ? frame->pts
-                                                                     : frame->best_effort_timestamp;
+                    const int64_t pts =
+                        frame->pts != AV_NOPTS_VALUE ? frame->pts : frame->best_effort_timestamp;
                     picture->time = pts * videoBase;
                     if (videoQueue != nullptr) {
                         videoQueue->push(picture);

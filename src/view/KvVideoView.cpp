@@ -24,7 +24,7 @@ const GLfloat kTextureCoordinates[8] = {0, 1, 1, 1, 0, 0, 1, 0};
 
 // YUV to RGB, in column order as OpenGL takes it (not transposed). Y is used as sampled, without
 // subtracting the luma offset; this is deliberate and keeps the pictures as they always looked.
-const GLfloat kConversionMatrix[9] = {1.164f, 1.164f, 1.164f, 0.0f,  -0.392f,
+const GLfloat kConversionMatrix[9] = {1.164f, 1.164f, 1.164f,  0.0f, -0.392f,
                                       2.017f, 1.596f, -0.813f, 0.0f};
 // While there is no picture everything is drawn black.
 const GLfloat kZeroMatrix[9] = {0, 0, 0, 0, 0, 0, 0, 0, 0};

@@ -82,8 +82,8 @@ private slots:
 };
 
 void TestAudioQueue::resamplesIntoBlocksOfTheFloatDevice() {
-    KvAudioQueue queue(44100, AV_CH_LAYOUT_STEREO, 2, AV_SAMPLE_FMT_S16, 48000,
-                       AV_CH_LAYOUT_STEREO, 2, AV_SAMPLE_FMT_FLT);
+    KvAudioQueue queue(44100, AV_CH_LAYOUT_STEREO, 2, AV_SAMPLE_FMT_S16, 48000, AV_CH_LAYOUT_STEREO,
+                       2, AV_SAMPLE_FMT_FLT);
     QVERIFY(queue.isResampling());
     QCOMPARE(queue.getBlockSize0(), 1024 * 4 * 2);
     for (int i = 0; i < 10; ++i) {
@@ -109,8 +109,8 @@ void TestAudioQueue::resamplesIntoBlocksOfTheFloatDevice() {
 }
 
 void TestAudioQueue::shortFrameQueuesNothingUntilABlockIsFull() {
-    KvAudioQueue queue(48000, AV_CH_LAYOUT_STEREO, 2, AV_SAMPLE_FMT_S16, 44100,
-                       AV_CH_LAYOUT_STEREO, 2, AV_SAMPLE_FMT_S16);
+    KvAudioQueue queue(48000, AV_CH_LAYOUT_STEREO, 2, AV_SAMPLE_FMT_S16, 44100, AV_CH_LAYOUT_STEREO,
+                       2, AV_SAMPLE_FMT_S16);
     QVERIFY(queue.isResampling());
     QCOMPARE(queue.getBlockSize0(), kS16StereoBlock);
     queue.pushFrame(s16StereoFrame(300, 48000).get(), 0.0);
@@ -126,8 +126,8 @@ void TestAudioQueue::shortFrameQueuesNothingUntilABlockIsFull() {
 }
 
 void TestAudioQueue::blocksOfOneCallShareItsTime() {
-    KvAudioQueue queue(48000, AV_CH_LAYOUT_STEREO, 2, AV_SAMPLE_FMT_S16, 44100,
-                       AV_CH_LAYOUT_STEREO, 2, AV_SAMPLE_FMT_S16);
+    KvAudioQueue queue(48000, AV_CH_LAYOUT_STEREO, 2, AV_SAMPLE_FMT_S16, 44100, AV_CH_LAYOUT_STEREO,
+                       2, AV_SAMPLE_FMT_S16);
     queue.pushFrame(s16StereoFrame(4800, 48000).get(), 1.25);
     const auto blocks = drain(&queue);
     QVERIFY(blocks.size() >= 3);
@@ -137,8 +137,8 @@ void TestAudioQueue::blocksOfOneCallShareItsTime() {
 }
 
 void TestAudioQueue::sourceInDeviceFormatStaysSilent() {
-    KvAudioQueue queue(44100, AV_CH_LAYOUT_STEREO, 2, AV_SAMPLE_FMT_S16, 44100,
-                       AV_CH_LAYOUT_STEREO, 2, AV_SAMPLE_FMT_S16);
+    KvAudioQueue queue(44100, AV_CH_LAYOUT_STEREO, 2, AV_SAMPLE_FMT_S16, 44100, AV_CH_LAYOUT_STEREO,
+                       2, AV_SAMPLE_FMT_S16);
     QVERIFY(!queue.isResampling());
     for (int i = 0; i < 8; ++i) {
         queue.pushFrame(s16StereoFrame(1024, 44100).get(), i);
@@ -158,8 +158,8 @@ void TestAudioQueue::zeroLayoutStandsForFrontLeft() {
 
 void TestAudioQueue::resamplingKeepsTheRate() {
     // Two seconds at 48 kHz in AAC-sized frames become two seconds at 44.1 kHz.
-    KvAudioQueue queue(48000, AV_CH_LAYOUT_STEREO, 2, AV_SAMPLE_FMT_S16, 44100,
-                       AV_CH_LAYOUT_STEREO, 2, AV_SAMPLE_FMT_S16);
+    KvAudioQueue queue(48000, AV_CH_LAYOUT_STEREO, 2, AV_SAMPLE_FMT_S16, 44100, AV_CH_LAYOUT_STEREO,
+                       2, AV_SAMPLE_FMT_S16);
     const int frames = 2 * 48000 / 1024;
     for (int i = 0; i < frames; ++i) {
         queue.pushFrame(s16StereoFrame(1024, 48000, i * 1024).get(), i * 1024 / 48000.0);
@@ -171,8 +171,8 @@ void TestAudioQueue::resamplingKeepsTheRate() {
 }
 
 void TestAudioQueue::planarOutputFillsBothPlanes() {
-    KvAudioQueue queue(44100, AV_CH_LAYOUT_STEREO, 2, AV_SAMPLE_FMT_S16, 44100,
-                       AV_CH_LAYOUT_STEREO, 2, AV_SAMPLE_FMT_FLTP);
+    KvAudioQueue queue(44100, AV_CH_LAYOUT_STEREO, 2, AV_SAMPLE_FMT_S16, 44100, AV_CH_LAYOUT_STEREO,
+                       2, AV_SAMPLE_FMT_FLTP);
     QCOMPARE(queue.getBlockSize0(), 1024 * 4);
     QCOMPARE(queue.getBlockSize1(), 1024 * 4);
     queue.pushFrame(s16StereoFrame(4096, 44100).get(), 0.5);
@@ -185,8 +185,8 @@ void TestAudioQueue::planarOutputFillsBothPlanes() {
 }
 
 void TestAudioQueue::clearDropsBufferedSamples() {
-    KvAudioQueue queue(48000, AV_CH_LAYOUT_STEREO, 2, AV_SAMPLE_FMT_S16, 44100,
-                       AV_CH_LAYOUT_STEREO, 2, AV_SAMPLE_FMT_S16);
+    KvAudioQueue queue(48000, AV_CH_LAYOUT_STEREO, 2, AV_SAMPLE_FMT_S16, 44100, AV_CH_LAYOUT_STEREO,
+                       2, AV_SAMPLE_FMT_S16);
     queue.pushFrame(s16StereoFrame(2600, 48000).get(), 0.0);
     QVERIFY(queue.size() >= 2);
     queue.clear();
@@ -198,8 +198,8 @@ void TestAudioQueue::clearDropsBufferedSamples() {
 }
 
 void TestAudioQueue::frameOfAnotherShapeIsDropped() {
-    KvAudioQueue queue(48000, AV_CH_LAYOUT_MONO, 1, AV_SAMPLE_FMT_FLTP, 44100,
-                       AV_CH_LAYOUT_STEREO, 2, AV_SAMPLE_FMT_S16);
+    KvAudioQueue queue(48000, AV_CH_LAYOUT_MONO, 1, AV_SAMPLE_FMT_FLTP, 44100, AV_CH_LAYOUT_STEREO,
+                       2, AV_SAMPLE_FMT_S16);
     // A stereo interleaved frame where mono planar was announced.
     queue.pushFrame(s16StereoFrame(4800, 48000).get(), 0.0);
     QCOMPARE(queue.size(), int64_t(0));
@@ -283,12 +283,14 @@ void TestAudioQueue::writesAtRealTime() {
     const double audioSeconds = blocks * 1024 / 44100.0;
     const double writeSeconds = timer.elapsed() / 1000.0;
     // The device takes the audio at its own pace: writing waits for all but its buffer.
-    QVERIFY2(writeSeconds > 0.4 * audioSeconds,
-             qPrintable(QString("wrote %1 s of audio in %2 s").arg(audioSeconds).arg(writeSeconds)));
+    QVERIFY2(
+        writeSeconds > 0.4 * audioSeconds,
+        qPrintable(QString("wrote %1 s of audio in %2 s").arg(audioSeconds).arg(writeSeconds)));
     QTRY_VERIFY_WITH_TIMEOUT(player.processedUSecs() >= qint64(0.98 * audioSeconds * 1e6), 5000);
     const double playSeconds = timer.elapsed() / 1000.0;
-    QVERIFY2(playSeconds > 0.9 * audioSeconds && playSeconds < 1.25 * audioSeconds,
-             qPrintable(QString("played %1 s of audio in %2 s").arg(audioSeconds).arg(playSeconds)));
+    QVERIFY2(
+        playSeconds > 0.9 * audioSeconds && playSeconds < 1.25 * audioSeconds,
+        qPrintable(QString("played %1 s of audio in %2 s").arg(audioSeconds).arg(playSeconds)));
     player.stop();
 }
 

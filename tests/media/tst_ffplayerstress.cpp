@@ -30,9 +30,9 @@ private slots:
 };
 
 void TestFFPlayerStress::randomOperationsFor30Seconds() {
-    const QByteArray clips[] = {playbackClip("long-10s.mp4"), playbackClip("play-3s.mp4"),
+    const QByteArray clips[] = {playbackClip("long-10s.mp4"),   playbackClip("play-3s.mp4"),
                                 playbackClip("step-25fps.mp4"), mediaClip("mjpeg-pcm.avi"),
-                                mediaClip("truncated.mp4"), mediaClip("empty.mp4")};
+                                mediaClip("truncated.mp4"),     mediaClip("empty.mp4")};
     QRandomGenerator random(kSeed);
     TestPlayer player;
     RecordingSink sink;
