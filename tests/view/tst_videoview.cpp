@@ -42,7 +42,8 @@ KvYUV420P* quadrantPicture(int width, int height, const Yuv quadrants[4]) {
         }
     }
     const unsigned char* planes[3] = {y.data(), u.data(), v.data()};
-    return new KvYUV420P(planes, width, height, nullptr);
+    int linesizes[3] = {width, width / 2, width / 2};
+    return new KvYUV420P(planes, width, height, linesizes);
 }
 
 KvYUV420P* solidPicture(int width, int height, Yuv value) {
