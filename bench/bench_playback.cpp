@@ -24,6 +24,7 @@ extern "C" {
 
 #include <sys/resource.h>
 
+#include <algorithm>
 #include <atomic>
 #include <cstdio>
 #include <memory>
@@ -223,11 +224,20 @@ int main(int argc, char** argv) {
     const QByteArray rear = argv[2];
     const QByteArray mode = argc > 3 ? QByteArray(argv[3]) : QByteArray("both");
 
-    const double ffmpegCpu = ffmpegDecodeCpu(front) + ffmpegDecodeCpu(rear);
-    std::printf("ffmpeg -threads 1 decode of both clips' video: %.2f CPU s\n", ffmpegCpu);
+    // The machine is shared: ffmpeg is timed before and after the playback runs and its faster
+    // pass counts, so that a busy neighbour during one pass does not flatter the ratio.
+    const double ffmpegBefore = ffmpegDecodeCpu(front) + ffmpegDecodeCpu(rear);
+    std::printf("ffmpeg -threads 1 decode of both clips' video: %.2f CPU s\n", ffmpegBefore);
+    double ffmpegCpu = ffmpegBefore;
     int status = 0;
+    Result withoutViews;
     if (mode == "noview" || mode == "both") {
-        const Result result = play(front, rear, false);
+        withoutViews = play(front, rear, false);
+        const double ffmpegAfter = ffmpegDecodeCpu(front) + ffmpegDecodeCpu(rear);
+        std::printf("ffmpeg -threads 1 decode of both clips' video, again: %.2f CPU s\n",
+                    ffmpegAfter);
+        ffmpegCpu = std::min(ffmpegBefore, ffmpegAfter);
+        const Result& result = withoutViews;
         report("no views", result, ffmpegCpu);
         const bool met = result.late == 0 && result.cpu <= kGoalCpuRatio * ffmpegCpu;
         std::printf("goal without views (no late picture, CPU ratio <= %.1f): %s\n", kGoalCpuRatio,
