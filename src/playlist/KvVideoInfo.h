@@ -50,5 +50,5 @@ public:
     QString name;
 };
 
-// Entries can travel in QVariants (queued signals, signal spies).
+// Entries can travel in QVariants (signal spies in the tests, item data).
 Q_DECLARE_METATYPE(KvVideoInfo)
