@@ -26,6 +26,7 @@ extern "C" {
 #include <cstdio>
 #include <cstdlib>
 #include <limits>
+#include <clocale>
 
 namespace {
 
@@ -99,6 +100,8 @@ bool sameTrack(QVector<KvLocation> const& a, QVector<KvLocation> const& b) {
 
 int main(int argc, char** argv) {
     QCoreApplication app(argc, argv);
+    // Numbers in the output keep their decimal point under every locale.
+    std::setlocale(LC_NUMERIC, "C");
     if (argc < 2) {
         std::fprintf(stderr, "usage: kv_bench_gps_track <clip> [rounds]\n");
         return 2;

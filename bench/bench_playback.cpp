@@ -29,6 +29,7 @@ extern "C" {
 #include <cstdio>
 #include <memory>
 #include <mutex>
+#include <clocale>
 
 namespace {
 
@@ -233,6 +234,8 @@ void report(const char* name, const Result& result, double ffmpegCpu) {
 
 int main(int argc, char** argv) {
     QApplication app(argc, argv);
+    // Numbers in the output keep their decimal point under every locale.
+    std::setlocale(LC_NUMERIC, "C");
     if (argc < 3) {
         std::fprintf(stderr,
                      "usage: kv_bench_playback <front clip> <rear clip> [noview|view|both]\n");

@@ -17,6 +17,7 @@
 #include <QTimer>
 
 #include <cstdio>
+#include <clocale>
 
 namespace {
 // The GUI probe: a timer that should fire every 10 ms; its lateness is how long the GUI thread
@@ -32,6 +33,8 @@ void quietMessages(QtMsgType type, const QMessageLogContext&, const QString& mes
 
 int main(int argc, char* argv[]) {
     QApplication app(argc, argv);
+    // Numbers in the output keep their decimal point under every locale.
+    std::setlocale(LC_NUMERIC, "C");
     if (argc < 2) {
         fprintf(stderr, "usage: %s <card folder>\n", argv[0]);
         return 2;

@@ -23,6 +23,7 @@ extern "C" {
 #include <algorithm>
 #include <cstdio>
 #include <limits>
+#include <clocale>
 
 namespace {
 
@@ -67,6 +68,8 @@ double timeCli(const QStringList& clips, const QString& thumbDir) {
 
 int main(int argc, char** argv) {
     QCoreApplication app(argc, argv);
+    // Numbers in the output keep their decimal point under every locale.
+    std::setlocale(LC_NUMERIC, "C");
     if (argc < 2) {
         std::fprintf(stderr, "usage: kv_bench_video_info <folder of clips> [rounds]\n");
         return 2;

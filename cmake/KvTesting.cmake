@@ -35,7 +35,9 @@ function(kv_add_test name)
     set(target tst_${name})
     add_executable(${target} ${ARG_SOURCES})
     set_target_properties(${target} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
-    target_link_libraries(${target} PRIVATE ${ARG_LIBS} Qt5::Test)
+    target_link_libraries(${target} PRIVATE ${ARG_LIBS} Qt5::Test Qt5::Widgets)
+    # The test mains (KvTestMain.h) and shared test helpers.
+    target_include_directories(${target} PRIVATE ${CMAKE_SOURCE_DIR}/tests)
     target_compile_definitions(${target} PRIVATE
         KV_SOURCE_DIR="${CMAKE_SOURCE_DIR}"
         KV_BINARY_DIR="${CMAKE_BINARY_DIR}"

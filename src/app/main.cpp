@@ -1,3 +1,4 @@
+#include "KvCNumericLocale.h"
 #include "KvConfigure.h"
 #include "MainWindow.h"
 
@@ -14,6 +15,9 @@ int main(int argc, char* argv[]) {
     // before the application object exists.
     QCoreApplication::setAttribute(Qt::AA_ShareOpenGLContexts);
     QApplication app(argc, argv);
+    // The constructor installed the user's locale in the C library; numbers in GPS text, script
+    // calls and log lines keep their decimal point, while texts keep the user's language.
+    kvUseCNumericLocale();
     // Gives the settings, playlist and cache folders the player's own names.
     QCoreApplication::setOrganizationName(QStringLiteral("dashcam-player"));
     QCoreApplication::setApplicationName(QStringLiteral("dashcam-player"));

@@ -1,5 +1,7 @@
 #include "KvLocation.h"
 
+#include "KvCNumericLocale.h"
+
 #include <QByteArray>
 #include <QLatin1String>
 #include <QStringList>
@@ -151,6 +153,8 @@ int locationFromFallbackLine(char const* text, KvLocation* location) {
     double x = 0.0;
     double y = 0.0;
     double z = 0.0;
+    // The line's numbers always use a decimal point, whatever the desktop's locale.
+    KvCNumericLocale const numericLocale;
     int const read =
         std::sscanf(text, kFallbackFormat, &status, &day, &month, &year, &time, &latitude,
                     &latitudeHemisphere, &longitude, &longitudeHemisphere, &speed, &x, &y, &z);

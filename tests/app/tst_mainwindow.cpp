@@ -1,3 +1,4 @@
+#include "KvTestMain.h"
 #include "MainWindow.h"
 
 #include <QScreen>
@@ -25,5 +26,5 @@ void TestMainWindow::minimumSizeAndCentred() {
     QCOMPARE(shot.size(), window.size());
 }
 
-QTEST_MAIN(TestMainWindow)
+KV_TEST_MAIN(TestMainWindow)
 #include "tst_mainwindow.moc"

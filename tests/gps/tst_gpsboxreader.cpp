@@ -1,4 +1,5 @@
 // The "gps0" box reader on hand-built files and on the generated clip with a box after its own.
+#include "KvTestMain.h"
 #include "GPSTestUtil.h"
 #include "KvGPSReader.h"
 #include "LocationTestUtil.h"
@@ -355,5 +356,5 @@ private slots:
     }
 };
 
-QTEST_GUILESS_MAIN(TestGpsBoxReader)
+KV_TEST_GUILESS_MAIN(TestGpsBoxReader)
 #include "tst_gpsboxreader.moc"

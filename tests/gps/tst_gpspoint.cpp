@@ -1,3 +1,4 @@
+#include "KvTestMain.h"
 #include "GPSPoint.h"
 
 #include <QVector>
@@ -172,5 +173,5 @@ void TestGPSPoint::bd09Reference() {
     QVERIFY(std::fabs(bd.lng - 116.41262802928223) < 1e-12);
 }
 
-QTEST_GUILESS_MAIN(TestGPSPoint)
+KV_TEST_GUILESS_MAIN(TestGPSPoint)
 #include "tst_gpspoint.moc"

@@ -1,5 +1,6 @@
 // The subtitle-track reader, the search over a recording's clips, and the subtitle dump, on the
 // generated card clips and on small clips made here with the ffmpeg CLI.
+#include "KvTestMain.h"
 #include "GPSTestUtil.h"
 #include "KvGPSReader.h"
 #include "LocationTestUtil.h"
@@ -485,5 +486,5 @@ private slots:
     }
 };
 
-QTEST_GUILESS_MAIN(TestGpsSubtitleReader)
+KV_TEST_GUILESS_MAIN(TestGpsSubtitleReader)
 #include "tst_gpssubtitlereader.moc"

@@ -1,3 +1,4 @@
+#include "KvTestMain.h"
 #include "KvLocation.h"
 #include "LocationTestUtil.h"
 
@@ -584,5 +585,5 @@ void TestLocation::nullAndEmptyText() {
     QVERIFY(sameFields(location, sentinelLocation()));
 }
 
-QTEST_GUILESS_MAIN(TestLocation)
+KV_TEST_GUILESS_MAIN(TestLocation)
 #include "tst_location.moc"

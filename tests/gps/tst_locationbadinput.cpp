@@ -1,3 +1,4 @@
+#include "KvTestMain.h"
 #include "KvLocation.h"
 #include "LocationTestUtil.h"
 
@@ -262,5 +263,5 @@ void TestLocationBadInput::embeddedNul() {
     QVERIFY(sameFields(location, sentinelLocation()));
 }
 
-QTEST_GUILESS_MAIN(TestLocationBadInput)
+KV_TEST_GUILESS_MAIN(TestLocationBadInput)
 #include "tst_locationbadinput.moc"

@@ -1,5 +1,6 @@
 // GPS text as real cameras write it (short excerpts from public sample files; coordinates in
 // them were anonymised to round values).
+#include "KvTestMain.h"
 #include "KvLocation.h"
 #include "LocationTestUtil.h"
 
@@ -139,5 +140,5 @@ void TestLocationSamples::sentenceWithoutDollar() {
     KV_COMPARE_NEAR(location.latitude, -1.55, kTolerance);
 }
 
-QTEST_GUILESS_MAIN(TestLocationSamples)
+KV_TEST_GUILESS_MAIN(TestLocationSamples)
 #include "tst_locationsamples.moc"

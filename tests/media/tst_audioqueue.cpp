@@ -1,6 +1,7 @@
 // KvAudioQueue (conversion into fixed-size blocks) and KvAudioPlayer (the default output device,
 // the PulseAudio null sink in CI).
 
+#include "KvTestMain.h"
 #include "KvAudioData.h"
 #include "KvAudioPlayer.h"
 #include "KvAudioQueue.h"
@@ -312,5 +313,5 @@ void TestAudioQueue::refusedFormatFallsBackToNearest() {
     QCOMPARE(player.processedUSecs(), qint64(0));
 }
 
-QTEST_GUILESS_MAIN(TestAudioQueue)
+KV_TEST_GUILESS_MAIN(TestAudioQueue)
 #include "tst_audioqueue.moc"

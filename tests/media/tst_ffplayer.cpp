@@ -1,6 +1,7 @@
 // KvFFPlayer on generated clips: pacing, status callbacks, seeking, pause, single-frame steps and
 // the audio path to the default device (the PulseAudio null sink in CI).
 
+#include "KvTestMain.h"
 #include "KvPlayerTestUtil.h"
 
 #include <QAudioDeviceInfo>
@@ -422,5 +423,5 @@ void TestFFPlayer::disabledAudioMakesNoOutput() {
     player.stopPlay();
 }
 
-QTEST_GUILESS_MAIN(TestFFPlayer)
+KV_TEST_GUILESS_MAIN(TestFFPlayer)
 #include "tst_ffplayer.moc"

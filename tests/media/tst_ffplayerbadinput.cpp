@@ -1,6 +1,7 @@
 // KvFFPlayer on clips that cannot be played properly: each fails quietly, by startPlay's result
 // or by ending playback with a status code, and leaves no thread behind after stopPlay.
 
+#include "KvTestMain.h"
 #include "KvPlayerTestUtil.h"
 
 #include <QtTest>
@@ -168,5 +169,5 @@ void TestFFPlayerBadInput::operationsWithoutAFileAreHarmless() {
     QCOMPARE(player.closeInput(), 0);
 }
 
-QTEST_GUILESS_MAIN(TestFFPlayerBadInput)
+KV_TEST_GUILESS_MAIN(TestFFPlayerBadInput)
 #include "tst_ffplayerbadinput.moc"

@@ -1,6 +1,7 @@
 // Starts, pauses, seeks, steps and stops a player in a quick random (but seeded, so repeatable)
 // order for 30 seconds. Nothing may crash, hang or leak; the sanitizer builds run this too.
 
+#include "KvTestMain.h"
 #include "KvPlayerTestUtil.h"
 
 #include <QElapsedTimer>
@@ -101,5 +102,5 @@ void TestFFPlayerStress::randomOperationsFor30Seconds() {
     QVERIFY(sink.count() > 100);
 }
 
-QTEST_GUILESS_MAIN(TestFFPlayerStress)
+KV_TEST_GUILESS_MAIN(TestFFPlayerStress)
 #include "tst_ffplayerstress.moc"

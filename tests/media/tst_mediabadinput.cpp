@@ -1,3 +1,4 @@
+#include "KvTestMain.h"
 #include "KvMediaUtils.h"
 #include "KvTestMedia.h"
 #include "StreamReader.h"
@@ -209,5 +210,5 @@ void TestMediaBadInput::stillImageToMissingFolderWritesNothing() {
     QVERIFY(!QFile::exists(path));
 }
 
-QTEST_GUILESS_MAIN(TestMediaBadInput)
+KV_TEST_GUILESS_MAIN(TestMediaBadInput)
 #include "tst_mediabadinput.moc"

@@ -1,3 +1,4 @@
+#include "KvTestMain.h"
 #include "KvAudioData.h"
 #include "KvExtQueue.h"
 #include "KvNV12Data.h"
@@ -419,5 +420,5 @@ void TestMediaData::extQueueClearFreesReachableItems() {
     QCOMPARE(freedItems, 4);
 }
 
-QTEST_GUILESS_MAIN(TestMediaData)
+KV_TEST_GUILESS_MAIN(TestMediaData)
 #include "tst_mediadata.moc"

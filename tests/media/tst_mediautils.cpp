@@ -1,3 +1,4 @@
+#include "KvTestMain.h"
 #include "KvMediaUtils.h"
 #include "KvTestMedia.h"
 #include "StreamReader.h"
@@ -376,5 +377,5 @@ void TestMediaUtils::stillImageToNonAsciiPath() {
     QVERIFY(kvtest::colourNear(centre(decodeJpeg(path)), kRed.rgb, kColourTolerance));
 }
 
-QTEST_GUILESS_MAIN(TestMediaUtils)
+KV_TEST_GUILESS_MAIN(TestMediaUtils)
 #include "tst_mediautils.moc"

@@ -1,3 +1,4 @@
+#include "KvTestMain.h"
 #include "KvFileUtils.h"
 #include "KvListWidget.h"
 #include "KvVideoInfoLoadThread.h"
@@ -229,5 +230,5 @@ void TestListWidget::neverHoldsFocus() {
     QVERIFY(!list->hasFocus());
 }
 
-QTEST_MAIN(TestListWidget)
+KV_TEST_MAIN(TestListWidget)
 #include "tst_listwidget.moc"

@@ -1,3 +1,4 @@
+#include "KvTestMain.h"
 #include "KvVideoInfo.h"
 
 #include <QCryptographicHash>
@@ -445,5 +446,5 @@ void TestVideoInfo::nonAsciiPaths() {
     QCOMPARE(back.name, QString::fromUtf8("é 001F.MP4"));
 }
 
-QTEST_GUILESS_MAIN(TestVideoInfo)
+KV_TEST_GUILESS_MAIN(TestVideoInfo)
 #include "tst_videoinfo.moc"

@@ -1,3 +1,4 @@
+#include "KvTestMain.h"
 #include "KvVideoItemDelegate.h"
 #include "KvVideoItemWidget.h"
 
@@ -181,5 +182,5 @@ void TestVideoItemWidget::delegateRowHeight() {
     QCOMPARE(delegate.sizeHint(option, QModelIndex()).height(), 60);
 }
 
-QTEST_MAIN(TestVideoItemWidget)
+KV_TEST_MAIN(TestVideoItemWidget)
 #include "tst_videoitemwidget.moc"

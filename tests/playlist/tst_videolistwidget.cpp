@@ -1,3 +1,4 @@
+#include "KvTestMain.h"
 #include "KvAddFileDialog.h"
 #include "KvFileUtils.h"
 #include "KvListWidget.h"
@@ -604,5 +605,5 @@ void TestVideoListWidget::clipVanishingBeforeLoadKeepsZeros() {
     QCOMPARE(row->formatLabel()->text(), QString("0x0 0fps"));
 }
 
-QTEST_MAIN(TestVideoListWidget)
+KV_TEST_MAIN(TestVideoListWidget)
 #include "tst_videolistwidget.moc"

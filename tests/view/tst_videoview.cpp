@@ -2,6 +2,7 @@
 // the conversion matrix gives, the aspect fit and its black bars, capture, clearing, pictures
 // handed over from another thread, and a player core driving the view.
 
+#include "KvTestMain.h"
 #include "KvFFPlayer.h"
 #include "KvVideoView.h"
 #include "KvYUV420P.h"
@@ -314,5 +315,5 @@ void TestVideoView::playerDrivesTheView() {
     QCOMPARE(seen, QString("rgb"));
 }
 
-QTEST_MAIN(TestVideoView)
+KV_TEST_MAIN(TestVideoView)
 #include "tst_videoview.moc"

@@ -1,3 +1,4 @@
+#include "KvTestMain.h"
 #include "KvAlertDialog.h"
 
 #include <QElapsedTimer>
@@ -144,5 +145,5 @@ void TestAlertDialog::secondDismissAfterReplacesTheFirst() {
     QTRY_COMPARE(alert.findChildren<QTimer*>().size(), 0);
 }
 
-QTEST_MAIN(TestAlertDialog)
+KV_TEST_MAIN(TestAlertDialog)
 #include "tst_alertdialog.moc"

@@ -1,3 +1,4 @@
+#include "KvTestMain.h"
 #include "KvSlider.h"
 
 #include <QSignalSpy>
@@ -204,5 +205,5 @@ void TestKvSlider::wideRangeDoesNotOverflow() {
     QCOMPARE(s.slider.value(), 1717986917);
 }
 
-QTEST_MAIN(TestKvSlider)
+KV_TEST_MAIN(TestKvSlider)
 #include "tst_kvslider.moc"

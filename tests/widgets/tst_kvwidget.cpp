@@ -1,3 +1,4 @@
+#include "KvTestMain.h"
 #include "KvWidget.h"
 
 #include <QImage>
@@ -160,5 +161,5 @@ void TestKvWidget::borderOfWidthZeroIsNotDrawn() {
     QCOMPARE(at(image, image.width() / 2, 0), QColor(Qt::black));
 }
 
-QTEST_MAIN(TestKvWidget)
+KV_TEST_MAIN(TestKvWidget)
 #include "tst_kvwidget.moc"

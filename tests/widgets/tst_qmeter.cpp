@@ -1,3 +1,4 @@
+#include "KvTestMain.h"
 #include "QMeter.h"
 
 #include <QElapsedTimer>
@@ -541,5 +542,5 @@ void TestQMeter::badInputDoesNotBreakTheDial() {
     QVERIFY(!render(meter).isNull());
 }
 
-QTEST_MAIN(TestQMeter)
+KV_TEST_MAIN(TestQMeter)
 #include "tst_qmeter.moc"

@@ -1,3 +1,4 @@
+#include "KvTestMain.h"
 #include <QFile>
 #include <QMap>
 #include <QPixmap>
@@ -109,5 +110,5 @@ void TestResources::buttonImagesHaveTheAccentAndWhiteGlyphs() {
     QCOMPARE(QColor(stop.pixel(32, 32)).name(), QString("#ffffff"));
 }
 
-QTEST_MAIN(TestResources)
+KV_TEST_MAIN(TestResources)
 #include "tst_resources.moc"

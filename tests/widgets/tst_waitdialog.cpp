@@ -1,3 +1,4 @@
+#include "KvTestMain.h"
 #include "KvProgressDialog.h"
 #include "KvWaitDialog.h"
 
@@ -211,5 +212,5 @@ void TestWaitDialog::progressLayout() {
     QCOMPARE(dialog.messageLabel()->text(), QString("hello"));
 }
 
-QTEST_MAIN(TestWaitDialog)
+KV_TEST_MAIN(TestWaitDialog)
 #include "tst_waitdialog.moc"

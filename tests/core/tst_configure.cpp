@@ -1,3 +1,4 @@
+#include "KvTestMain.h"
 #include "KvConfigure.h"
 #include "KvFileUtils.h"
 #include "KvLanguage.h"
@@ -171,5 +172,5 @@ void TestConfigure::unreadableFileGivesDefaults() {
     QVERIFY(QFileInfo(KvConfigure::filePath()).isDir());
 }
 
-QTEST_GUILESS_MAIN(TestConfigure)
+KV_TEST_GUILESS_MAIN(TestConfigure)
 #include "tst_configure.moc"

@@ -1,3 +1,4 @@
+#include "KvTestMain.h"
 #include "KvDriveUtils.h"
 #include "KvFileUtils.h"
 
@@ -164,5 +165,5 @@ void TestFileUtils::driveTypeIsUnknown() {
     QCOMPARE(KvDriveUtils::getDriveType(QFileInfo(_work.path())), -1);
 }
 
-QTEST_GUILESS_MAIN(TestFileUtils)
+KV_TEST_GUILESS_MAIN(TestFileUtils)
 #include "tst_fileutils.moc"

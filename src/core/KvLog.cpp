@@ -1,5 +1,7 @@
 #include "KvLog.h"
 
+#include "KvCNumericLocale.h"
+
 #include <atomic>
 #include <mutex>
 
@@ -58,6 +60,8 @@ int KvLogV(const char* format, va_list args) {
     // The list is used twice, file copy and console copy, so the file copy formats from a copy.
     va_list fileArgs;
     va_copy(fileArgs, args);
+    // A logged "%lf" reads the same on every desktop, comma-decimal ones included.
+    KvCNumericLocale const numericLocale;
     {
         std::lock_guard<std::mutex> lock(logFileMutex);
         if (logFile) {

@@ -1,3 +1,4 @@
+#include "KvTestMain.h"
 #include "KvThread.h"
 
 #include <QElapsedTimer>
@@ -84,5 +85,5 @@ void TestKvThread::joinOfANeverStartedThreadReturnsAtOnce() {
     QVERIFY(clock.elapsed() < 100);
 }
 
-QTEST_MAIN(TestKvThread)
+KV_TEST_MAIN(TestKvThread)
 #include "tst_kvthread.moc"
