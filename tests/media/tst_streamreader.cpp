@@ -339,7 +339,7 @@ void TestStreamReader::openFailureIsLoggedAndClosed() {
     const QByteArray missing = QByteArray(KV_TEST_MEDIA_DIR) + "/no-such-clip.mp4";
     // FFmpeg's error text comes from the C library, in the desktop's language.
     QTest::ignoreMessage(QtDebugMsg, QByteArray("avformat_open_input(" + missing +
-                                                ") = fffffffe, " + std::strerror(ENOENT))
+                                                ") = fffffffe, " + QByteArray(std::strerror(ENOENT)))
                                          .constData());
     StreamReader reader;
     QCOMPARE(reader.startReading(missing.constData(), nullptr), AVERROR(ENOENT));
