@@ -1,0 +1,275 @@
+#include "KvTestMain.h"
+#include "KvTrackExporter.h"
+
+#include <QDomDocument>
+#include <QProcess>
+#include <QtTest>
+
+#include <cmath>
+#include <ctime>
+#include <limits>
+
+// Exported tracks: GPX 1.1 that validates against the published schema, KML that parses, CSV
+// that reads back to the same values; fixes merged in time order across recordings, midnight and
+// the antimeridian; nothing but placeable fixes; no half file left behind.
+class TestTrackExporter : public QObject {
+    Q_OBJECT
+private slots:
+    void initTestCase();
+    void formatFromNameAndFilter_data();
+    void formatFromNameAndFilter();
+    void onlyPlaceableFixesAreExported();
+    void recordingsMergeInTimeOrderOverMidnight();
+    void gpxValidatesAgainstTheSchema();
+    void kmlParsesWithEveryFix();
+    void csvReadsBackTheSameValues();
+    void southWestAndAntimeridian();
+    void trackWithoutFixesWritesNothing();
+    void failedWriteKeepsTheOldFile();
+    void nonAsciiFileName();
+    void tenHourTrackUnder200ms();
+
+private:
+    QTemporaryDir _dir;
+};
+
+namespace {
+KvLocation fix(int day, int hour, int minute, int second, double latitude, double longitude,
+               double speed = 50.0) {
+    KvLocation location;
+    location.valid = true;
+    location.year = 26;
+    location.month = 11;
+    location.day = day;
+    location.hour = hour;
+    location.minute = minute;
+    location.second = second;
+    location.latitude = latitude;
+    location.longitude = longitude;
+    location.speed = speed;
+    location.gsensorX = 0.125;
+    location.gsensorY = -0.03;
+    location.gsensorZ = 0.98;
+    return location;
+}
+
+// A drive of `count` fixes, one a second from 23:59:50 on 23 November, so it crosses midnight.
+QVector<KvLocation> drive(int count, double latitude = 48.137, double longitude = 11.575) {
+    QVector<KvLocation> track;
+    for (int i = 0; i < count; ++i) {
+        const int total = 23 * 3600 + 59 * 60 + 50 + i;
+        const int day = 23 + total / 86400;
+        const int t = total % 86400;
+        track.append(fix(day, t / 3600, t / 60 % 60, t % 60, latitude + i * 0.0001,
+                         longitude + i * 0.0001, 30.0 + i % 40));
+    }
+    return track;
+}
+
+double threadCpuMs() {
+    timespec now{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
+    return now.tv_sec * 1000.0 + now.tv_nsec / 1e6;
+}
+
+QByteArray readAll(const QString& path) {
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+} // namespace
+
+void TestTrackExporter::initTestCase() {
+    QVERIFY(_dir.isValid());
+}
+
+void TestTrackExporter::formatFromNameAndFilter_data() {
+    QTest::addColumn<QString>("path");
+    QTest::addColumn<QString>("filter");
+    QTest::addColumn<int>("format");
+    QTest::newRow("gpx") << "a/track.gpx"
+                         << "" << int(KvTrackExporter::Gpx);
+    QTest::newRow("KML upper") << "a/track.KML"
+                               << "" << int(KvTrackExporter::Kml);
+    QTest::newRow("csv") << "track.csv"
+                         << "GPX (*.gpx)" << int(KvTrackExporter::Csv);
+    QTest::newRow("filter kml") << "track"
+                                << "KML (*.kml)" << int(KvTrackExporter::Kml);
+    QTest::newRow("filter csv") << "track.txt"
+                                << "CSV (*.csv)" << int(KvTrackExporter::Csv);
+    QTest::newRow("default gpx") << "track"
+                                 << "" << int(KvTrackExporter::Gpx);
+}
+
+void TestTrackExporter::formatFromNameAndFilter() {
+    QFETCH(QString, path);
+    QFETCH(QString, filter);
+    QFETCH(int, format);
+    QCOMPARE(int(KvTrackExporter::formatFor(path, filter)), format);
+}
+
+void TestTrackExporter::onlyPlaceableFixesAreExported() {
+    const double nan = std::numeric_limits<double>::quiet_NaN();
+    const double inf = std::numeric_limits<double>::infinity();
+    QVector<KvLocation> track{fix(23, 10, 0, 0, 48.1, 11.5)};
+    KvLocation invalid = fix(23, 10, 0, 1, 48.1, 11.5);
+    invalid.valid = false;
+    track << invalid << fix(23, 10, 0, 2, nan, 11.5) << fix(23, 10, 0, 3, 48.1, inf)
+          << fix(23, 10, 0, 4, 91.0, 11.5) << fix(23, 10, 0, 5, 48.1, -180.5)
+          << fix(0, 10, 0, 6, 48.1, 11.5) << fix(31, 10, 0, 7, 48.1, 11.5)
+          << fix(23, 24, 0, 8, 48.1, 11.5) << fix(23, 10, 0, 9, 0.0, 0.0)
+          << fix(23, 10, 0, 10, 48.1, 11.5, nan);
+    const QVector<KvLocation> merged = KvTrackExporter::mergeTracks({track});
+    // The first, the (0, 0) fix (a real place) and the one whose speed is unknown.
+    QCOMPARE(merged.size(), 3);
+    QCOMPARE(merged[0].second, 0);
+    QCOMPARE(merged[1].second, 9);
+    QCOMPARE(merged[2].second, 10);
+    const QByteArray csv = KvTrackExporter::toCsv(merged);
+    QVERIFY(csv.contains("2026-11-23T10:00:10Z,48.1,11.5,,0.125,-0.03,0.98\n"));
+    QVERIFY(!csv.contains("nan"));
+}
+
+void TestTrackExporter::recordingsMergeInTimeOrderOverMidnight() {
+    const QVector<KvLocation> whole = drive(20);
+    // Two recordings handed over in the wrong order: the later one first.
+    const QVector<KvLocation> merged =
+        KvTrackExporter::mergeTracks({whole.mid(10), whole.mid(0, 10)});
+    QCOMPARE(merged.size(), 20);
+    for (int i = 0; i < merged.size(); ++i) {
+        QCOMPARE(merged[i].latitude, whole[i].latitude);
+    }
+    QCOMPARE(KvTrackExporter::fixTime(merged[9]),
+             QDateTime(QDate(2026, 11, 23), QTime(23, 59, 59), Qt::UTC));
+    QCOMPARE(KvTrackExporter::fixTime(merged[10]),
+             QDateTime(QDate(2026, 11, 24), QTime(0, 0, 0), Qt::UTC));
+}
+
+void TestTrackExporter::gpxValidatesAgainstTheSchema() {
+    const QString path = _dir.filePath("drive.gpx");
+    QString error;
+    QVERIFY2(KvTrackExporter::exportTrack(drive(120), path, KvTrackExporter::Gpx,
+                                          QStringLiteral("Fahrt <1> & \"ü\""), &error),
+             qPrintable(error));
+    QProcess lint;
+    lint.start(QStringLiteral("xmllint"),
+               {QStringLiteral("--noout"), QStringLiteral("--schema"),
+                QStringLiteral(KV_SOURCE_DIR "/tests/data/gpx.xsd"), path});
+    QVERIFY2(lint.waitForFinished(30000), "xmllint (libxml2-utils) did not run");
+    QVERIFY2(lint.exitCode() == 0, lint.readAllStandardError().constData());
+    const QByteArray gpx = readAll(path);
+    QVERIFY(gpx.contains("<time>2026-11-23T23:59:59Z</time>"));
+    QVERIFY(gpx.contains("<time>2026-11-24T00:00:00Z</time>"));
+    // 30 km/h in metres per second.
+    QVERIFY(gpx.contains("<gpxtpx:speed>8.333333333333334</gpxtpx:speed>"));
+    QCOMPARE(gpx.count("<trkpt "), 120);
+}
+
+void TestTrackExporter::kmlParsesWithEveryFix() {
+    const QString path = _dir.filePath("drive.kml");
+    QVERIFY(KvTrackExporter::exportTrack(drive(50), path, KvTrackExporter::Kml, "drive"));
+    QDomDocument document;
+    QString error;
+    QVERIFY2(document.setContent(readAll(path), true, &error), qPrintable(error));
+    QCOMPARE(document.documentElement().namespaceURI(),
+             QStringLiteral("http://www.opengis.net/kml/2.2"));
+    QCOMPARE(document.elementsByTagName(QStringLiteral("when")).size(), 50);
+    const QStringList line = document.elementsByTagName(QStringLiteral("LineString"))
+                                 .at(0)
+                                 .toElement()
+                                 .text()
+                                 .simplified()
+                                 .split(QLatin1Char(' '), Qt::SkipEmptyParts);
+    QCOMPARE(line.size(), 50);
+    QCOMPARE(line.first(), QStringLiteral("11.575,48.137"));
+}
+
+void TestTrackExporter::csvReadsBackTheSameValues() {
+    const QVector<KvLocation> track = drive(100);
+    const QString path = _dir.filePath("drive.csv");
+    QVERIFY(KvTrackExporter::exportTrack(track, path, KvTrackExporter::Csv, "drive"));
+    const QList<QByteArray> lines = readAll(path).split('\n');
+    QCOMPARE(lines.first(),
+             QByteArray("time,latitude,longitude,speed_kmh,gsensor_x,gsensor_y,gsensor_z"));
+    for (int i = 0; i < track.size(); ++i) {
+        const QList<QByteArray> fields = lines.at(i + 1).split(',');
+        QCOMPARE(fields.size(), 7);
+        QCOMPARE(QDateTime::fromString(QString::fromLatin1(fields[0]), Qt::ISODate),
+                 KvTrackExporter::fixTime(track[i]));
+        QCOMPARE(fields[0].right(1), QByteArray("Z"));
+        // Exact: the shortest form that reads back as the same double.
+        QCOMPARE(fields[1].toDouble(), track[i].latitude);
+        QCOMPARE(fields[2].toDouble(), track[i].longitude);
+        QCOMPARE(fields[3].toDouble(), track[i].speed);
+        QCOMPARE(fields[4].toDouble(), track[i].gsensorX);
+        QCOMPARE(fields[5].toDouble(), track[i].gsensorY);
+        QCOMPARE(fields[6].toDouble(), track[i].gsensorZ);
+    }
+}
+
+void TestTrackExporter::southWestAndAntimeridian() {
+    QVector<KvLocation> track;
+    track << fix(23, 10, 0, 0, -33.8688, 179.9999) << fix(23, 10, 0, 1, -33.8689, -179.9999)
+          << fix(23, 10, 0, 2, -33.869, -179.9998);
+    const QByteArray csv = KvTrackExporter::toCsv(KvTrackExporter::mergeTracks({track}));
+    QVERIFY(csv.contains(",-33.8688,179.9999,"));
+    QVERIFY(csv.contains(",-33.8689,-179.9999,"));
+    const QByteArray gpx = KvTrackExporter::toGpx(track, "sw");
+    QVERIFY(gpx.contains("lat=\"-33.8689\" lon=\"-179.9999\""));
+}
+
+void TestTrackExporter::trackWithoutFixesWritesNothing() {
+    const QString path = _dir.filePath("empty.gpx");
+    KvLocation invalid = fix(23, 10, 0, 0, 48.1, 11.5);
+    invalid.valid = false;
+    QString error;
+    QVERIFY(!KvTrackExporter::exportTrack({invalid}, path, KvTrackExporter::Gpx, "x", &error));
+    QVERIFY(!error.isEmpty());
+    QVERIFY(!QFile::exists(path));
+    QVERIFY(!KvTrackExporter::exportTrack({}, path, KvTrackExporter::Csv, "x", &error));
+    QVERIFY(!QFile::exists(path));
+}
+
+void TestTrackExporter::failedWriteKeepsTheOldFile() {
+    const QString folder = _dir.filePath("readonly");
+    QVERIFY(QDir().mkpath(folder));
+    const QString path = folder + "/track.gpx";
+    QVERIFY(KvTrackExporter::exportTrack(drive(10), path, KvTrackExporter::Gpx, "old"));
+    const QByteArray before = readAll(path);
+    QFile::setPermissions(folder, QFile::ReadOwner | QFile::ExeOwner);
+    if (QFileInfo(folder).isWritable()) {
+        QFile::setPermissions(folder, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+        QSKIP("running as root: a read-only folder is still writable");
+    }
+    QString error;
+    const bool written =
+        KvTrackExporter::exportTrack(drive(30), path, KvTrackExporter::Gpx, "new", &error);
+    QFile::setPermissions(folder, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    QVERIFY(!written);
+    QVERIFY(!error.isEmpty());
+    QCOMPARE(readAll(path), before);
+    QCOMPARE(QDir(folder).entryList(QDir::Files).size(), 1);
+}
+
+void TestTrackExporter::nonAsciiFileName() {
+    const QString path = _dir.filePath(QStringLiteral("行车 Fahrt ü.csv"));
+    QVERIFY(KvTrackExporter::exportTrack(drive(5), path, KvTrackExporter::Csv, "x"));
+    QCOMPARE(readAll(path).count('\n'), 6);
+}
+
+void TestTrackExporter::tenHourTrackUnder200ms() {
+    const QVector<KvLocation> track = drive(36000);
+    for (KvTrackExporter::Format format :
+         {KvTrackExporter::Gpx, KvTrackExporter::Kml, KvTrackExporter::Csv}) {
+        const QString path = _dir.filePath(QStringLiteral("long-%1").arg(int(format)));
+        // The thread's own CPU time: other processes sharing the cores do not count.
+        const double before = threadCpuMs();
+        QVERIFY(KvTrackExporter::exportTrack(KvTrackExporter::mergeTracks({track}), path, format,
+                                             "ten hours"));
+        const double elapsed = threadCpuMs() - before;
+        qDebug("format %d: 36000 fixes in %.1f ms of CPU", int(format), elapsed);
+        QVERIFY2(elapsed < 200, qPrintable(QString::number(elapsed)));
+    }
+}
+
+KV_TEST_GUILESS_MAIN(TestTrackExporter)
+#include "tst_trackexporter.moc"
