@@ -1,0 +1,203 @@
+#include "KvSpeedGraph.h"
+#include "KvTestMain.h"
+
+#include <QSignalSpy>
+#include <QtTest>
+
+#include <ctime>
+
+// The speed and g-force graph: the speed line where the known speeds are, gaps at invalid
+// fixes, the cursor at the playing position, seeks from a click or a drag, and a cheap repaint.
+class TestSpeedGraph : public QObject {
+    Q_OBJECT
+private slots:
+    void speedLineAtKnownSpeeds();
+    void milesPerHourRescales();
+    void invalidFixesLeaveGaps();
+    void cursorFollowsThePosition();
+    void clickAtAQuarterSeeksToAQuarter();
+    void dragSeeksOnRelease();
+    void nothingToSeekWithoutARecording();
+    void oneHourTrackPaintsUnder5ms();
+};
+
+namespace {
+constexpr int GraphWidth = 600;
+constexpr int GraphHeight = 120;
+
+// 60 fixes, 0 to 59 km/h, then 40 fixes at 100 km/h: the scale tops out at 110 km/h.
+QVector<KvLocation> ramp() {
+    QVector<KvLocation> track;
+    for (int i = 0; i < 100; ++i) {
+        KvLocation fix;
+        fix.valid = true;
+        fix.speed = i < 60 ? i : 100.0;
+        fix.gsensorZ = 1.0;
+        track.append(fix);
+    }
+    return track;
+}
+
+bool isNear(QColor a, QColor b) {
+    return qAbs(a.red() - b.red()) < 40 && qAbs(a.green() - b.green()) < 40 &&
+           qAbs(a.blue() - b.blue()) < 40;
+}
+
+// The speed line's colour within two pixels of (x, y).
+bool speedLineNear(const QImage& image, double x, double y) {
+    for (int dx = -2; dx <= 2; ++dx) {
+        for (int dy = -2; dy <= 2; ++dy) {
+            const QPoint p(qRound(x) + dx, qRound(y) + dy);
+            if (image.rect().contains(p) && isNear(image.pixelColor(p), KvSpeedGraph::SpeedColor)) {
+                return true;
+            }
+        }
+    }
+    return false;
+}
+
+double centreOf(const KvSpeedGraph& graph, int index, int count) {
+    return graph.xOfIndex(index) + 0.5 * graph.width() / count;
+}
+
+double threadCpuMs() {
+    timespec now{};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
+    return now.tv_sec * 1000.0 + now.tv_nsec / 1e6;
+}
+} // namespace
+
+void TestSpeedGraph::speedLineAtKnownSpeeds() {
+    KvSpeedGraph graph;
+    graph.resize(GraphWidth, GraphHeight);
+    graph.setSpeedUnit(0);
+    graph.setLocations(ramp());
+    QCOMPARE(graph.speedScale(), 110.0);
+    const QImage image = graph.grab().toImage();
+    for (int index : {10, 30, 50, 80, 95}) {
+        const double speed = index < 60 ? index : 100.0;
+        QVERIFY2(speedLineNear(image, centreOf(graph, index, 100), graph.yOfSpeed(speed)),
+                 qPrintable(QString("speed %1 at fix %2").arg(speed).arg(index)));
+    }
+    // Nothing of the speed line at the top where no speed reaches.
+    QVERIFY(!speedLineNear(image, centreOf(graph, 10, 100), graph.yOfSpeed(100.0)));
+}
+
+void TestSpeedGraph::milesPerHourRescales() {
+    KvSpeedGraph graph;
+    graph.resize(GraphWidth, GraphHeight);
+    graph.setLocations(ramp());
+    graph.setSpeedUnit(1);
+    QVERIFY(qAbs(graph.speedScale() - 110.0 * KvSpeedGraph::MilesPerKilometre) < 1e-9);
+    const QImage image = graph.grab().toImage();
+    QVERIFY(speedLineNear(image, centreOf(graph, 80, 100),
+                          graph.yOfSpeed(100.0 * KvSpeedGraph::MilesPerKilometre)));
+}
+
+void TestSpeedGraph::invalidFixesLeaveGaps() {
+    QVector<KvLocation> track = ramp();
+    for (int i = 20; i < 40; ++i) {
+        track[i].valid = false;
+    }
+    KvSpeedGraph graph;
+    graph.resize(GraphWidth, GraphHeight);
+    graph.setSpeedUnit(0);
+    graph.setLocations(track);
+    const QImage image = graph.grab().toImage();
+    QVERIFY(speedLineNear(image, centreOf(graph, 15, 100), graph.yOfSpeed(15)));
+    QVERIFY(speedLineNear(image, centreOf(graph, 45, 100), graph.yOfSpeed(45)));
+    // In the gap, no speed colour anywhere in the column.
+    const int x = qRound(centreOf(graph, 30, 100));
+    for (int y = 0; y < image.height(); ++y) {
+        QVERIFY2(!isNear(image.pixelColor(x, y), KvSpeedGraph::SpeedColor),
+                 qPrintable(QString("y %1").arg(y)));
+    }
+}
+
+void TestSpeedGraph::cursorFollowsThePosition() {
+    KvSpeedGraph graph;
+    graph.resize(GraphWidth, GraphHeight);
+    graph.setLocations(ramp());
+    graph.setPosition(50.0, 100.0);
+    QImage image = graph.grab().toImage();
+    QCOMPARE(graph.xOfTime(50.0), 300.0);
+    QVERIFY(isNear(image.pixelColor(300, 5), KvSpeedGraph::CursorColor));
+    graph.setPosition(75.0, 100.0);
+    image = graph.grab().toImage();
+    QVERIFY(isNear(image.pixelColor(450, 5), KvSpeedGraph::CursorColor));
+    QVERIFY(!isNear(image.pixelColor(300, 5), KvSpeedGraph::CursorColor));
+}
+
+void TestSpeedGraph::clickAtAQuarterSeeksToAQuarter() {
+    KvSpeedGraph graph;
+    graph.resize(GraphWidth, GraphHeight);
+    graph.setLocations(ramp());
+    graph.setPosition(0.0, 80.0);
+    QSignalSpy seeks(&graph, &KvSpeedGraph::videoTimeChanged);
+    QTest::mouseClick(&graph, Qt::LeftButton, Qt::NoModifier, QPoint(GraphWidth / 4, 60));
+    QCOMPARE(seeks.size(), 1);
+    QCOMPARE(seeks.at(0).at(0).toDouble(), 20.0);
+}
+
+void TestSpeedGraph::dragSeeksOnRelease() {
+    KvSpeedGraph graph;
+    graph.resize(GraphWidth, GraphHeight);
+    graph.setLocations(ramp());
+    graph.setPosition(0.0, 60.0);
+    graph.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&graph));
+    QSignalSpy seeks(&graph, &KvSpeedGraph::videoTimeChanged);
+    QTest::mousePress(&graph, Qt::LeftButton, Qt::NoModifier, QPoint(60, 50));
+    QMouseEvent move(QEvent::MouseMove, QPointF(400, 50), Qt::NoButton, Qt::LeftButton,
+                     Qt::NoModifier);
+    QApplication::sendEvent(&graph, &move);
+    QCOMPARE(seeks.size(), 0);
+    QVERIFY(isNear(graph.grab().toImage().pixelColor(400, 5), KvSpeedGraph::CursorColor));
+    QTest::mouseRelease(&graph, Qt::LeftButton, Qt::NoModifier, QPoint(450, 50));
+    QCOMPARE(seeks.size(), 1);
+    QCOMPARE(seeks.at(0).at(0).toDouble(), 45.0);
+}
+
+void TestSpeedGraph::nothingToSeekWithoutARecording() {
+    KvSpeedGraph graph;
+    graph.resize(GraphWidth, GraphHeight);
+    QSignalSpy seeks(&graph, &KvSpeedGraph::videoTimeChanged);
+    QTest::mouseClick(&graph, Qt::LeftButton, Qt::NoModifier, QPoint(100, 60));
+    QCOMPARE(seeks.size(), 0);
+    graph.setLocations(ramp());
+    graph.clear();
+    QCOMPARE(graph.speedScale(), 10.0);
+    QVERIFY(!graph.grab().isNull());
+}
+
+void TestSpeedGraph::oneHourTrackPaintsUnder5ms() {
+    QVector<KvLocation> track;
+    for (int i = 0; i < 3600; ++i) {
+        KvLocation fix;
+        fix.valid = i % 300 != 0;
+        fix.speed = 50.0 + 30.0 * std::sin(i / 60.0);
+        fix.gsensorX = 0.3 * std::sin(i / 7.0);
+        fix.gsensorY = 0.2 * std::cos(i / 11.0);
+        fix.gsensorZ = 1.0;
+        track.append(fix);
+    }
+    KvSpeedGraph graph;
+    graph.resize(1000, 140);
+    graph.setLocations(track);
+    graph.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&graph));
+    QPixmap target(graph.size());
+    const int frames = 50;
+    // The thread's own CPU time: other processes sharing the cores do not count.
+    const double start = threadCpuMs();
+    for (int frame = 0; frame < frames; ++frame) {
+        graph.setPosition(frame, frames);
+        graph.render(&target);
+    }
+    const double perFrame = (threadCpuMs() - start) / frames;
+    qDebug("one-hour track: %.3f ms of CPU per frame", perFrame);
+    QVERIFY2(perFrame < 5.0, qPrintable(QString::number(perFrame)));
+}
+
+KV_TEST_MAIN(TestSpeedGraph)
+#include "tst_speedgraph.moc"
