@@ -17,6 +17,8 @@ const QMap<QString, QSize>& expectedImages() {
         {":resources/prev.png", QSize(64, 64)},
         {":resources/stop.png", QSize(64, 64)},
         {":resources/next.png", QSize(64, 64)},
+        {":resources/step_back.png", QSize(64, 64)},
+        {":resources/step_forward.png", QSize(64, 64)},
         {":resources/play.png", QSize(72, 72)},
         {":resources/pause.png", QSize(72, 72)},
         {":resources/volume_on.png", QSize(32, 64)},
