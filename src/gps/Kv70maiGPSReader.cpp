@@ -7,6 +7,8 @@
 #include <QFileInfo>
 #include <QRegularExpression>
 
+#include <algorithm>
+
 namespace {
 
 constexpr qint64 kRecordSize = 36;
@@ -25,7 +27,7 @@ constexpr double kMetresPerHourPerKmh = 1000.0;
 // Speeds above 1,000 km/h are damaged fields.
 constexpr qint32 kMaxMetresPerHour = 1000 * 1000;
 // A clip longer than a day is not a clip: its second field is damaged.
-constexpr quint32 kMaxSecondIndex = 24 * 60 * 60;
+constexpr quint32 kMaxSecondIndex = 24 * 60 * 60 - 1;
 
 quint32 le32(unsigned char const* p) {
     return quint32(p[0]) | (quint32(p[1]) << 8) | (quint32(p[2]) << 16) | (quint32(p[3]) << 24);
@@ -71,7 +73,10 @@ bool readRecord(unsigned char const* r, QDateTime const& clipStart, KvLocation* 
     qint32 const metresPerHour = qint32(le32(r + kSpeed));
     char const northSouth = char(r[kNorthSouth]);
     char const eastWest = char(r[kEastWest]);
-    if (second > kMaxSecondIndex) {
+    // The box is allocated for the longest clip and its unused records are left zero.
+    bool const unused =
+        std::all_of(r, r + kRecordSize, [](unsigned char byte) { return byte == 0; });
+    if (unused || second > kMaxSecondIndex) {
         return false;
     }
     fix->gsensorX = fix->gsensorY = fix->gsensorZ = 0.0;
