@@ -20,8 +20,9 @@
 // record's second; without a stamp the date is 0 and the time counts from 00:00:00.
 // A record with status 0 and no hemisphere letters is a fix the camera did not get: it is kept
 // with valid false. Records that are all zero are the unused end of the box (the recorder
-// sizes it for its longest clip) and are skipped. A record whose fields cannot be real (other letters, minutes of 60 or more,
-// a speed below 0 or above 1,000 km/h, a second beyond a day) is skipped.
+// sizes it for its longest clip) and are skipped. A record whose fields cannot be real (other
+// letters, minutes of 60 or more, a speed below 0 or above 1,000 km/h, a second beyond a day) is
+// skipped.
 
 // True when the clip has the box and at least one record was read. Empties `locations` first.
 bool readGPSFrom70maiVideo(QVector<KvLocation>& locations, QString const& path);

@@ -86,7 +86,8 @@ bool readPoint(QXmlStreamReader& xml, Point* point) {
 }
 
 void readPoints(QXmlStreamReader& xml, QVector<KvLocation>& locations) {
-    while (!xml.atEnd() && locations.size() < kMaxTrackFixes) {
+    while (!xml.atEnd() && locations.size() < kMaxTrackFixes &&
+           xml.characterOffset() < kMaxSidecarBytes) {
         QXmlStreamReader::TokenType const token = xml.readNext();
         if (token == QXmlStreamReader::DTD) {
             qDebug("gpx: a document type declaration is not read");
@@ -113,7 +114,7 @@ void readPoints(QXmlStreamReader& xml, QVector<KvLocation>& locations) {
 
 bool readGPSFromGpxText(QVector<KvLocation>& locations, QByteArray const& xml) {
     locations.clear();
-    QXmlStreamReader reader(xml.left(int(std::min<qint64>(xml.size(), kMaxSidecarBytes))));
+    QXmlStreamReader reader(xml);
     readPoints(reader, locations);
     return !locations.isEmpty();
 }
@@ -124,5 +125,8 @@ bool readGPSFromGpxFile(QVector<KvLocation>& locations, QString const& path) {
     if (!file.open(QIODevice::ReadOnly)) {
         return false;
     }
-    return readGPSFromGpxText(locations, file.read(kMaxSidecarBytes));
+    // Streamed from the file: only the reader's buffer is held, whatever the file's size.
+    QXmlStreamReader reader(&file);
+    readPoints(reader, locations);
+    return !locations.isEmpty();
 }

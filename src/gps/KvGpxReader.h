@@ -13,7 +13,8 @@
 // Points with a position out of range are skipped. Of several fixes of one second only the
 // first is kept (points without time are all kept).
 //
-// Read with QXmlStreamReader as a stream, up to kMaxSidecarBytes and kMaxTrackFixes. A document
+// Read with QXmlStreamReader as a stream (from the file, not a copy of it), up to
+// kMaxSidecarBytes characters and kMaxTrackFixes points. A document
 // type declaration is refused outright: GPX has none, and its entities are how an XML bomb
 // grows. A document that turns out malformed keeps the points read before the fault.
 
