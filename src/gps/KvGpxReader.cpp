@@ -99,7 +99,8 @@ void readPoints(QXmlStreamReader& xml, QVector<KvLocation>& locations) {
             continue;
         }
         Point point;
-        if (!readPoint(xml, &point)) {
+        // A point the document breaks off inside is not taken.
+        if (!readPoint(xml, &point) || xml.hasError()) {
             continue;
         }
         if (point.hasTime && !locations.isEmpty() &&
