@@ -27,6 +27,7 @@ private slots:
     void thinkwareCues();
     void nmeaSidecar();
     void nmeaSidecarGgaOnly();
+    void nmeaSidecarGSensorBeforeFixAndOtherSentences();
     void gpxSidecar();
     void sidecarNamesAndOrder();
 
@@ -231,6 +232,46 @@ void TestGPSFormatWriters::nmeaSidecarGgaOnly() {
         expected.gsensorY = -0.020;
         expected.gsensorZ = 0.980;
         compareFix(locations.at(i), expected, i);
+    }
+}
+
+// A logger that writes, each second, GGA, GSA, GSV, the "$GSENSORD" line and then RMC, and
+// one that writes time-prefixed VTG, ZDA and GLL sentences around RMC: the RMC fixes make the
+// track, each with the axes of its own second.
+void TestGPSFormatWriters::nmeaSidecarGSensorBeforeFixAndOtherSentences() {
+    QByteArray before;
+    QByteArray prefixed;
+    for (int i = 0; i < _track.size(); ++i) {
+        TrackFix const& fix = _track.at(i);
+        QTime const t = fix.time.time();
+        QByteArray const time =
+            QString::asprintf("%02d%02d%02d.00", t.hour(), t.minute(), t.second()).toLatin1();
+        before += withChecksum("GPGGA," + time + ",0000.000,N,00000.000,E,0,00,,,M,,M,,") + "\n";
+        before += withChecksum("GPGSA,A,3,04,05,,09,12,,,24,,,,,2.5,1.3,2.1") + "\n";
+        before += withChecksum("GPGSV,1,1,02,03,03,111,00,04,15,270,00") + "\n";
+        before += "$GSENSORD," + QByteArray::number(i) + ".000,0.500,-" + QByteArray::number(i) +
+                  ".250\n";
+        before += withChecksum(rmcBody(fix)) + "\n";
+        QByteArray const ms = "[" + QByteArray::number(fix.time.toMSecsSinceEpoch()) + "]";
+        prefixed += ms + withChecksum("GPVTG,84.4,T,,M,22.4,N,41.5,K,A") + "\n";
+        prefixed += ms + withChecksum(rmcBody(fix)) + "\n";
+        prefixed += ms + withChecksum("GPZDA," + time + ",31,12,2025,00,00") + "\n";
+        prefixed += ms + withChecksum("GPGLL,4916.45,N,12311.12,W," + time + ",A,A") + "\n";
+    }
+    QVector<KvLocation> locations;
+    QVERIFY(readGPSFromNmeaText(locations, before.constData(), before.size()));
+    QCOMPARE(locations.size(), _track.size());
+    for (int i = 0; i < _track.size(); ++i) {
+        KvLocation expected = expectedFix(_track.at(i), 0.1852, false);
+        expected.gsensorX = i;
+        expected.gsensorY = 0.5;
+        expected.gsensorZ = -(i + 0.25);
+        compareFix(locations.at(i), expected, i);
+    }
+    QVERIFY(readGPSFromNmeaText(locations, prefixed.constData(), prefixed.size()));
+    QCOMPARE(locations.size(), _track.size());
+    for (int i = 0; i < _track.size(); ++i) {
+        compareFix(locations.at(i), expectedFix(_track.at(i), 0.1852, false), i);
     }
 }
 
