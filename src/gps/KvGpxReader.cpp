@@ -6,6 +6,7 @@
 #include <QFile>
 #include <QXmlStreamReader>
 
+#include <algorithm>
 #include <cmath>
 
 namespace {
@@ -15,6 +16,30 @@ constexpr double kMaxLongitude = 180.0;
 constexpr double kKmhPerMetrePerSecond = 3.6;
 // Speeds above this (m/s, 1,000 km/h) are damaged values.
 constexpr double kMaxMetresPerSecond = 1000.0 / 3.6;
+
+// Hands the XML reader at most a given number of bytes of its source, so that no document,
+// however large or however its text is laid out, makes the reader hold more than that.
+class CappedDevice : public QIODevice {
+public:
+    CappedDevice(QIODevice* source, qint64 cap) : _source(source), _left(cap) {
+        open(QIODevice::ReadOnly);
+    }
+    bool isSequential() const override { return true; }
+
+protected:
+    qint64 readData(char* data, qint64 maxSize) override {
+        qint64 const read = _source->read(data, std::min(maxSize, _left));
+        if (read > 0) {
+            _left -= read;
+        }
+        return _left == 0 && read <= 0 ? -1 : read;
+    }
+    qint64 writeData(char const*, qint64) override { return -1; }
+
+private:
+    QIODevice* _source; // the open file, owned by the caller
+    qint64 _left;
+};
 
 struct Point {
     KvLocation fix;
@@ -126,8 +151,10 @@ bool readGPSFromGpxFile(QVector<KvLocation>& locations, QString const& path) {
     if (!file.open(QIODevice::ReadOnly)) {
         return false;
     }
-    // Streamed from the file: only the reader's buffer is held, whatever the file's size.
-    QXmlStreamReader reader(&file);
+    // Streamed from the file: only the reader's buffer is held, and at most the first
+    // kMaxSidecarBytes of the file are read.
+    CappedDevice capped(&file, kMaxSidecarBytes);
+    QXmlStreamReader reader(&capped);
     readPoints(reader, locations);
     return !locations.isEmpty();
 }

@@ -40,6 +40,7 @@ private slots:
     void hugeSidecar();
     void gpxWithAMillionPoints();
     void gpxXmlBomb();
+    void gpxHugeText();
     void memoryStaysBounded();
 
 private:
@@ -327,6 +328,29 @@ void TestGPSFormatBadInput::gpxXmlBomb() {
                                   "</trkseg></trk></gpx>";
     QVERIFY(readGPSFromGpxText(locations, undeclared));
     QCOMPARE(locations.size(), 1);
+}
+
+// A 100 MB text inside a point: the file is read only up to the sidecar limit, the point cut
+// off there is not taken, the one before is.
+void TestGPSFormatBadInput::gpxHugeText() {
+    {
+        QFile file(_path("text.gpx"));
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write(
+            "<gpx><trk><trkseg><trkpt lat=\"1\" lon=\"2\"/><trkpt lat=\"3\" lon=\"4\"><name>");
+        QByteArray const chunk(1024 * 1024, 'a');
+        for (int i = 0; i < 100; ++i) {
+            file.write(chunk);
+        }
+        file.write("</name></trkpt></trkseg></trk></gpx>");
+    }
+    QVector<KvLocation> locations;
+    QElapsedTimer timer;
+    timer.start();
+    QVERIFY(readGPSFromSidecar(locations, _path("text.MP4")));
+    QVERIFY(timer.elapsed() < kPromptMs);
+    QCOMPARE(locations.size(), 1);
+    QCOMPARE(locations.first().latitude, 1.0);
 }
 
 // Everything above together raised this process's peak memory by little more than the 50 MB
