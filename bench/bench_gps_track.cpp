@@ -3,13 +3,17 @@
 // (ffmpeg -i clip -map 0:s:0 -f srt -), in the same run on the same clip.
 //
 //   kv_bench_gps_track <clip> [rounds]
+//   kv_bench_gps_track --layouts <seed clip> <folder> [rounds]
 //
 // Each round times our reader (skipping the other streams' payload, as the player does), our
 // reader reading every payload (for comparison) and the CLI; the fastest round of each counts.
 // The bytes our reader reads from the file come from /proc/self/io ("rchar", bytes passed by
 // read calls). Prints the figures, the ratio ours/CLI (goal at most 0.5) and the bytes read as a
 // share of the file size (goal under 5 %).
+#include "Kv70maiGPSReader.h"
 #include "KvGPSReader.h"
+#include "KvNovatekGPSReader.h"
+#include "KvSidecarGPSReader.h"
 
 extern "C" {
 #include <libavutil/log.h>
@@ -23,10 +27,11 @@ extern "C" {
 #include <QProcess>
 
 #include <algorithm>
+#include <clocale>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <limits>
-#include <clocale>
 
 namespace {
 
@@ -96,6 +101,263 @@ bool sameTrack(QVector<KvLocation> const& a, QVector<KvLocation> const& b) {
     return true;
 }
 
+// --- The other recorders' box layouts ------------------------------------------------------
+//
+// With --layouts, the seed clip (a short real clip whose moov follows its mdat, as ffmpeg
+// writes it) is grown to about 1 GB per box layout in <folder>, once: its mdat gets a sparse
+// tail (the pictures of a long recording stand in as holes, which the readers and ffprobe seek
+// over like real data) and
+// - novatek-index.MOV: one "freeGPS " block a second of an hour inside that tail, listed by a
+//   "gps " box appended to moov;
+// - novatek-free.MOV: the same blocks as top-level "free" boxes between mdat and moov;
+// - 70mai.MP4: a top-level "GPS " box of 3,600 records after moov.
+// Each reader is timed with the bytes it read, beside ffprobe opening the same file
+// (ffprobe -show_format -show_streams). A one-hour NMEA sidecar (every second: GGA, GSA, three
+// GSV, RMC and a G-sensor line) is timed on its own (goal under 20 ms).
+
+constexpr qint64 kGrownSize = 1000LL * 1000 * 1000;
+constexpr int kLayoutFixes = 3600;
+constexpr int kNovatekBlock = 256;
+constexpr int k70maiRecord = 36;
+constexpr double kGoalSidecarSeconds = 0.020;
+constexpr double kGoalBoxBytesShare = 0.01;
+
+QByteArray be32(quint32 v) {
+    QByteArray b(4, '\0');
+    for (int i = 0; i < 4; ++i) {
+        b[i] = char(v >> (8 * (3 - i)));
+    }
+    return b;
+}
+
+QByteArray le32(quint32 v) {
+    QByteArray b(4, '\0');
+    for (int i = 0; i < 4; ++i) {
+        b[i] = char(v >> (8 * i));
+    }
+    return b;
+}
+
+QByteArray leFloat(float f) {
+    quint32 bits = 0;
+    std::memcpy(&bits, &f, sizeof(bits));
+    return le32(bits);
+}
+
+QByteArray novatekBlock(int i) {
+    QByteArray r = le32(10 + i / 3600) + le32(i / 60 % 60) + le32(i % 60) + le32('A');
+    r += leFloat(float(3110.1234 + i * 0.01)) + le32('N') + leFloat(float(12130.5678)) + le32('E');
+    r += leFloat(24.3f) + leFloat(90.0f) + le32(2026) + le32(3) + le32(15);
+    QByteArray payload = QByteArray("GPS ") + QByteArray(36, '\0') + r;
+    payload += QByteArray(kNovatekBlock - 8 - payload.size(), '\0');
+    return be32(kNovatekBlock) + QByteArray("free") + payload;
+}
+
+QByteArray seventyMaiBox() {
+    QByteArray records;
+    for (int i = 0; i < kLayoutFixes; ++i) {
+        records += le32(1) + le32(1) + le32(quint32(i)) + le32(105330) + 'N' +
+                   le32(5211435 + quint32(i)) + 'E' + le32(2047369) + QByteArray(10, '\0');
+    }
+    return be32(quint32(8 + records.size())) + QByteArray("GPS ") + records;
+}
+
+struct Seed {
+    QByteArray bytes;
+    qint64 mdatOffset = -1, mdatSize = 0, moovOffset = -1, moovSize = 0;
+};
+
+// The seed's top-level mdat and moov (32-bit sizes, moov after mdat), else false.
+bool readSeed(QString const& path, Seed* seed) {
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly)) {
+        return false;
+    }
+    seed->bytes = file.readAll();
+    auto const* b = reinterpret_cast<unsigned char const*>(seed->bytes.constData());
+    for (qint64 offset = 0; offset + 8 <= seed->bytes.size();) {
+        qint64 const size = (qint64(b[offset]) << 24) | (b[offset + 1] << 16) |
+                            (b[offset + 2] << 8) | b[offset + 3];
+        if (size < 8) {
+            return false;
+        }
+        if (std::memcmp(b + offset + 4, "mdat", 4) == 0) {
+            seed->mdatOffset = offset, seed->mdatSize = size;
+        } else if (std::memcmp(b + offset + 4, "moov", 4) == 0) {
+            seed->moovOffset = offset, seed->moovSize = size;
+        }
+        offset += size;
+    }
+    return seed->mdatOffset >= 0 && seed->moovOffset > seed->mdatOffset;
+}
+
+enum class Layout { NovatekIndex, NovatekFree, SeventyMai };
+
+// Writes the grown clip: the seed up to its mdat's end, the sparse tail of mdat (holding the
+// blocks of the index layout), the top-level blocks of the free layout, moov (with the index)
+// and the 70mai box.
+bool growClip(Seed const& seed, QString const& path, Layout layout) {
+    QFile out(path);
+    if (!out.open(QIODevice::WriteOnly | QIODevice::Truncate)) {
+        return false;
+    }
+    qint64 const mdatEnd = seed.mdatOffset + seed.mdatSize;
+    qint64 const tail = kGrownSize - seed.bytes.size();
+    qint64 const step = tail / kLayoutFixes;
+    QByteArray head = seed.bytes.left(int(mdatEnd));
+    head.replace(int(seed.mdatOffset), 4, be32(quint32(seed.mdatSize + tail)));
+    out.write(head);
+    QByteArray index = be32(0) + be32(kLayoutFixes);
+    for (int i = 0; layout != Layout::SeventyMai && i < kLayoutFixes; ++i) {
+        bool const inMdat = layout == Layout::NovatekIndex;
+        qint64 const at = inMdat ? mdatEnd + i * step : mdatEnd + tail + i * kNovatekBlock;
+        index += be32(quint32(at)) + be32(kNovatekBlock);
+        out.seek(at);
+        out.write(novatekBlock(i));
+    }
+    out.seek(mdatEnd + tail + (layout == Layout::NovatekFree ? kLayoutFixes * kNovatekBlock : 0));
+    QByteArray moov = seed.bytes.mid(int(seed.moovOffset), int(seed.moovSize));
+    if (layout == Layout::NovatekIndex) {
+        QByteArray const gps = be32(quint32(8 + index.size())) + QByteArray("gps ") + index;
+        moov.replace(0, 4, be32(quint32(moov.size() + gps.size())));
+        moov += gps;
+    }
+    out.write(moov);
+    if (layout == Layout::SeventyMai) {
+        out.write(seventyMaiBox());
+    }
+    return out.error() == QFile::NoError;
+}
+
+// One hour of a logger's NMEA output, checksums included.
+QByteArray oneHourNmea() {
+    auto sentence = [](QByteArray const& body) {
+        unsigned char sum = 0;
+        for (char c : body) {
+            sum ^= static_cast<unsigned char>(c);
+        }
+        char tail[8];
+        std::snprintf(tail, sizeof(tail), "*%02X\r\n", sum);
+        return QByteArray("$") + body + QByteArray(tail);
+    };
+    QByteArray text;
+    for (int i = 0; i < kLayoutFixes; ++i) {
+        char time[16];
+        std::snprintf(time, sizeof(time), "%02d%02d%02d.00", 10 + i / 3600, i / 60 % 60, i % 60);
+        QByteArray const t(time);
+        text += sentence("GPGGA," + t + ",3110.1234,N,12130.5678,E,1,08,0.9,545.4,M,46.9,M,,");
+        text += sentence("GPGSA,A,3,04,05,,09,12,,,24,,,,,2.5,1.3,2.1");
+        for (int g = 1; g <= 3; ++g) {
+            text += sentence("GPGSV,3," + QByteArray::number(g) +
+                             ",11,03,03,111,00,04,15,270,00,06,01,010,00,13,06,292,00");
+        }
+        text += sentence("GPRMC," + t + ",A,3110.1234,N,12130.5678,E,24.3,90.0,150326,,,A");
+        text += "$GSENSOR,0.01,-0.02,0.98\r\n";
+    }
+    return text;
+}
+
+double timeProbe(QString const& path) {
+    QProcess probe;
+    probe.setStandardOutputFile(QProcess::nullDevice());
+    QElapsedTimer timer;
+    timer.start();
+    probe.start("ffprobe", {"-v", "error", "-show_format", "-show_streams", path});
+    if (!probe.waitForFinished(-1) || probe.exitCode() != 0) {
+        return -1;
+    }
+    return timer.nsecsElapsed() / 1e9;
+}
+
+using Reader = bool (*)(QVector<KvLocation>&, QString const&);
+
+// Fastest of rounds for the reader and for ffprobe; prints one line.
+bool benchLayout(QString const& name, QString const& path, Reader reader, int rounds) {
+    double best = std::numeric_limits<double>::max();
+    double bestProbe = std::numeric_limits<double>::max();
+    qint64 bytes = -1;
+    QVector<KvLocation> track;
+    for (int round = 0; round < rounds; ++round) {
+        qint64 const before = bytesReadSoFar();
+        QElapsedTimer timer;
+        timer.start();
+        bool const found = reader(track, path);
+        double const seconds = timer.nsecsElapsed() / 1e9;
+        bytes = bytesReadSoFar() - before;
+        double const probe = timeProbe(path);
+        if (!found || probe < 0) {
+            std::fprintf(stderr, "%s: no track or ffprobe failed\n", qPrintable(path));
+            return false;
+        }
+        best = std::min(best, seconds);
+        bestProbe = std::min(bestProbe, probe);
+    }
+    double const share = double(bytes) / double(QFileInfo(path).size());
+    double const ratio = best / bestProbe;
+    std::printf("  %-26s %5d fixes %8.4f s, %8lld bytes read (%.4f %%); ffprobe %.3f s; ratio "
+                "%.4f (goal <= %.1f, bytes < %.0f %%): %s\n",
+                qPrintable(name), int(track.size()), best, static_cast<long long>(bytes),
+                100.0 * share, bestProbe, ratio, kGoalRatio, 100.0 * kGoalBoxBytesShare,
+                ratio <= kGoalRatio && share < kGoalBoxBytesShare ? "met" : "NOT met");
+    return true;
+}
+
+bool benchSidecar(QString const& folder, int rounds) {
+    QString const path = folder + "/one-hour.nmea";
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate)) {
+        return false;
+    }
+    file.write(oneHourNmea());
+    file.close();
+    double best = std::numeric_limits<double>::max();
+    QVector<KvLocation> track;
+    for (int round = 0; round < std::max(rounds, 5); ++round) {
+        QElapsedTimer timer;
+        timer.start();
+        if (!readGPSFromNmeaFile(track, path)) {
+            return false;
+        }
+        best = std::min(best, timer.nsecsElapsed() / 1e9);
+    }
+    std::printf("  one-hour NMEA sidecar (%.1f MB) %5d fixes %8.4f s (goal < %.3f s): %s\n",
+                QFileInfo(path).size() / 1e6, int(track.size()), best, kGoalSidecarSeconds,
+                best < kGoalSidecarSeconds ? "met" : "NOT met");
+    return true;
+}
+
+int benchLayouts(QString const& seedPath, QString const& folder, int rounds) {
+    Seed seed;
+    if (!readSeed(seedPath, &seed)) {
+        std::fprintf(stderr, "%s: no mdat followed by moov\n", qPrintable(seedPath));
+        return 1;
+    }
+    struct Case {
+        char const* name;
+        char const* file;
+        Layout layout;
+        Reader reader;
+    } const cases[] = {
+        {"Novatek, gps index", "novatek-index.MOV", Layout::NovatekIndex, readGPSFromNovatekVideo},
+        {"Novatek, top-level free", "novatek-free.MOV", Layout::NovatekFree,
+         readGPSFromNovatekVideo},
+        {"70mai GPS box", "70mai.MP4", Layout::SeventyMai, readGPSFrom70maiVideo},
+    };
+    std::printf("GPS layouts of ~%.0f MB clips grown from %s, fastest of %d rounds:\n",
+                kGrownSize / 1e6, qPrintable(seedPath), rounds);
+    for (Case const& c : cases) {
+        QString const path = folder + "/" + c.file;
+        if (!QFileInfo::exists(path) && !growClip(seed, path, c.layout)) {
+            std::fprintf(stderr, "could not write %s\n", qPrintable(path));
+            return 1;
+        }
+        if (!benchLayout(c.name, path, c.reader, rounds)) {
+            return 1;
+        }
+    }
+    return benchSidecar(folder, rounds) ? 0 : 1;
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
@@ -108,6 +370,15 @@ int main(int argc, char** argv) {
     }
     av_log_set_level(AV_LOG_ERROR);
     QLoggingCategory::setFilterRules(QStringLiteral("default.debug=false"));
+    if (qstrcmp(argv[1], "--layouts") == 0) {
+        if (argc < 4) {
+            std::fprintf(stderr,
+                         "usage: kv_bench_gps_track --layouts <seed clip> <folder> [rounds]\n");
+            return 2;
+        }
+        return benchLayouts(QString::fromLocal8Bit(argv[2]), QString::fromLocal8Bit(argv[3]),
+                            argc > 4 ? std::max(1, std::atoi(argv[4])) : kDefaultRounds);
+    }
     QString const clip = QString::fromLocal8Bit(argv[1]);
     int const rounds = argc > 2 ? std::max(1, std::atoi(argv[2])) : kDefaultRounds;
     qint64 const fileSize = QFileInfo(clip).size();

@@ -1,7 +1,11 @@
 #include "KvGPSReader.h"
 
+#include "Kv70maiGPSReader.h"
 #include "KvFileUtils.h"
 #include "KvMediaUtils.h"
+#include "KvNovatekGPSReader.h"
+#include "KvSidecarGPSReader.h"
+#include "KvThinkwareGPSReader.h"
 #include "StreamReader.h"
 
 extern "C" {
@@ -281,6 +285,14 @@ bool readGPSTrack(QVector<KvLocation>& locations, QStringList const& paths) {
     locations.clear();
     for (QString const& path : paths) {
         if (readGPSFromVideo(locations, path) || readGPSFromAITVideo(locations, path)) {
+            return true;
+        }
+    }
+    // Only when no clip has a track in either of the two forms above are the other recorders'
+    // layouts tried, clip by clip, so a clip that has one keeps giving the same track.
+    for (QString const& path : paths) {
+        if (readGPSFromNovatekVideo(locations, path) || readGPSFrom70maiVideo(locations, path) ||
+            readGPSFromThinkwareVideo(locations, path) || readGPSFromSidecar(locations, path)) {
             return true;
         }
     }

@@ -34,7 +34,10 @@ bool readGPSFromAITVideo(QVector<KvLocation>& locations, QString const& path);
 
 // A recording's track: for each clip in the order given (front first), the subtitle track, else
 // the "gps0" box; the first clip that yields a track supplies it, so the subtitle form wins over
-// the box form. True when a track was found; `locations` is empty otherwise.
+// the box form. When no clip yields one that way, the other recorders' layouts are tried clip by
+// clip, each clip in this order: Novatek "freeGPS " blocks, the 70mai "GPS " box, Thinkware
+// subtitle cues, a sidecar file (NMEA text, then GPX). True when a track was found; `locations`
+// is empty otherwise.
 bool readGPSTrack(QVector<KvLocation>& locations, QStringList const& paths);
 
 // The text a camera wrote into one subtitle rectangle, as locationFromText expects it. FFmpeg
