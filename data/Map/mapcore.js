@@ -151,15 +151,20 @@ function kvPositionAt(index) {
     return null;
 }
 
-/* Pans (never zooms) when the marker leaves the inner part of the view, so the user's zoom
-   stays as it is. */
+/* Pans (never zooms) when the marker comes near the edge of the view, so the user's zoom stays
+   as it is. The marker is then put in the middle, so that the map moves seldom (each move
+   redraws the whole view) rather than a little on every step. */
 function kvKeepInView(position) {
     if (kvTrack.pendingFit || !kvMapHasSize()) {
         return;
     }
-    var margin = Math.min(KV_MARKER_MARGIN, Math.floor(Math.min(kvMap.getSize().x,
-                                                                 kvMap.getSize().y) / 4));
-    kvMap.panInside(position, {padding: [margin, margin], animate: false});
+    var size = kvMap.getSize();
+    var margin = Math.min(KV_MARKER_MARGIN, Math.floor(Math.min(size.x, size.y) / 4));
+    var pixel = kvMap.latLngToContainerPoint(position);
+    if (pixel.x < margin || pixel.y < margin || pixel.x > size.x - margin ||
+        pixel.y > size.y - margin) {
+        kvMap.panTo(position, {animate: false});
+    }
 }
 
 function kvHideMarker() {
@@ -218,6 +223,9 @@ var play = kvGuarded('play', function (index) {
         wanted = 0;
     }
     wanted = Math.max(0, Math.min(count - 1, wanted));
+    if (wanted === kvTrack.markerIndex && kvMap.hasLayer(kvMarker)) {
+        return; /* already there: nothing to redraw */
+    }
     var position = kvPositionAt(wanted);
     if (!position) {
         kvTrack.markerIndex = -1;
