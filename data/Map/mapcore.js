@@ -63,6 +63,7 @@ function kvNewTrack() {
         line: null,        /* the drawn L.Polyline, once showPolyline ran */
         markerIndex: -1,   /* the point the marker stands on, -1 when hidden */
         pendingFit: false, /* the view had no size when the track was to be fitted */
+        autoFit: false,    /* fitted and not moved by the user since: a new size fits again */
         lastLng: null      /* longitude of the last usable point, to follow the antimeridian */
     };
 }
@@ -125,6 +126,7 @@ function kvFitTrack() {
         return;
     }
     kvTrack.pendingFit = false;
+    kvTrack.autoFit = true;
     var bounds = line.getBounds();
     if (bounds.getNorthEast().equals(bounds.getSouthWest())) {
         kvMap.setView(bounds.getCenter(), KV_PLACE_ZOOM, {animate: false});
@@ -254,7 +256,7 @@ var showAddress = kvGuarded('showAddress', function (latitude, longitude) {
 
 var update = kvGuarded('update', function () {
     kvMap.invalidateSize({pan: false});
-    if (kvTrack.pendingFit) {
+    if (kvTrack.pendingFit || kvTrack.autoFit) {
         kvFitTrack();
     }
 });
@@ -293,6 +295,7 @@ function getState() {
         zoom: kvMap.getZoom(),
         size: {x: size.x, y: size.y},
         pendingFit: kvTrack.pendingFit,
+        autoFit: kvTrack.autoFit,
         baseLayer: kvBaseLayerName,
         baseLayers: kvConfig.baseLayers.map(function (entry) { return entry.name; }),
         lineColor: KV_LINE_STYLE.color,
@@ -366,9 +369,15 @@ function kvStartMap(config) {
     kvAddress = L.circleMarker(config.center, KV_ADDRESS_STYLE);
     kvTrack = kvNewTrack();
     kvMap.on('resize', function () {
-        if (kvTrack.pendingFit) {
+        if (kvTrack.pendingFit || kvTrack.autoFit) {
             kvFitTrack();
         }
+    });
+    /* Once the user moves or zooms the map, a new size of the view keeps the user's view. */
+    ['mousedown', 'wheel', 'touchstart', 'keydown'].forEach(function (type) {
+        kvMap.getContainer().addEventListener(type, function () {
+            kvTrack.autoFit = false;
+        }, true);
     });
     window.addEventListener('load', function () {
         window.setTimeout(kvAddBaseLayers, 0);

@@ -77,6 +77,19 @@ double number(QVariantMap const& map, char const* key) {
     return map.value(QString::fromLatin1(key)).toDouble();
 }
 
+// The whole track lies in the view.
+bool trackInView(QVariantMap const& state) {
+    QVariantMap const bounds = state.value("bounds").toMap();
+    QVariantMap const view = state.value("view").toMap();
+    if (bounds.isEmpty() || view.isEmpty()) {
+        return false;
+    }
+    return number(view, "south") <= number(bounds, "south") &&
+           number(view, "north") >= number(bounds, "north") &&
+           number(view, "west") <= number(bounds, "west") &&
+           number(view, "east") >= number(bounds, "east");
+}
+
 } // namespace
 
 class TestMapPage : public QObject {
@@ -93,6 +106,8 @@ private slots:
     void grabShowsTheLineWithoutNetwork_data();
     void grabShowsTheLineWithoutNetwork();
     void markerStaysInViewWithoutUndoingTheZoom();
+    void trackDrawnWhileHiddenIsFittedWhenShown();
+    void newSizeFitsAgainUntilTheUserMovesTheMap();
     void clearForgetsTheTrack();
     void showAddressShowsOnePlace();
     void baiduGridPutsBeijingOnItsTile();
@@ -140,12 +155,7 @@ void TestMapPage::trackOf180PointsGivesA180PointLine() {
     QCOMPARE(state.value("markerIndex").toInt(), 0);
     QCOMPARE(state.value("errors").toInt(), 0);
     // The view is fitted to the track.
-    QVariantMap const bounds = state.value("bounds").toMap();
-    QVariantMap const view = state.value("view").toMap();
-    QVERIFY(number(view, "south") <= number(bounds, "south"));
-    QVERIFY(number(view, "north") >= number(bounds, "north"));
-    QVERIFY(number(view, "west") <= number(bounds, "west"));
-    QVERIFY(number(view, "east") >= number(bounds, "east"));
+    QVERIFY(trackInView(state));
     QVERIFY2(state.value("zoom").toInt() >= 12, "fitted, not the world view");
 }
 
@@ -257,6 +267,44 @@ void TestMapPage::markerStaysInViewWithoutUndoingTheZoom() {
                      number(marker, "lng") <= number(view, "east"),
                  qPrintable(QString("marker %1 left the view").arg(index)));
     }
+}
+
+void TestMapPage::trackDrawnWhileHiddenIsFittedWhenShown() {
+    RecordingMapWidget widget;
+    widget.resize(kViewWidth, kViewHeight);
+    widget.loadMap(KvMapGoogle);
+    widget.drawLine(drive(180, 39.9, 116.4));
+    QVERIFY(kvtest::waitForPage(widget.googleView));
+    QCOMPARE(pageState(widget.googleView).value("points").toInt(), 180);
+    widget.show();
+    QTRY_VERIFY_WITH_TIMEOUT(trackInView(pageState(widget.googleView)), kvtest::kPageTimeoutMs);
+    QVERIFY(pageState(widget.googleView).value("zoom").toInt() >= 12);
+}
+
+void TestMapPage::newSizeFitsAgainUntilTheUserMovesTheMap() {
+    ShownMap map{KvMapBaidu};
+    QVERIFY(map.waitUntilLoaded());
+    map.widget.drawLine(drive(300, 39.9, 116.4, 0.0005));
+    QVERIFY(trackInView(map.state()));
+    int const large = map.state().value("zoom").toInt();
+    map.widget.resize(kViewWidth / 3, kViewHeight / 3);
+    QTRY_VERIFY_WITH_TIMEOUT(map.state().value("size").toMap().value("x").toInt() == kViewWidth / 3,
+                             kvtest::kPageTimeoutMs);
+    QTRY_VERIFY_WITH_TIMEOUT(trackInView(map.state()), kvtest::kPageTimeoutMs);
+    QVERIFY(map.state().value("zoom").toInt() < large);
+    // The user zooms in: from then on a new size keeps the user's zoom.
+    evaluate(map.view, "kvMap.getContainer().dispatchEvent(new MouseEvent('mousedown')); "
+                       "kvMap.setZoom(kvMap.getZoom() + 2, {animate: false}); true");
+    QVERIFY(!map.state().value("autoFit").toBool());
+    int const zoomed = map.state().value("zoom").toInt();
+    map.widget.resize(kViewWidth, kViewHeight);
+    QTRY_VERIFY_WITH_TIMEOUT(map.state().value("size").toMap().value("x").toInt() == kViewWidth,
+                             kvtest::kPageTimeoutMs);
+    QCOMPARE(map.state().value("zoom").toInt(), zoomed);
+    // A new track is fitted again.
+    map.widget.drawLine(drive(300, 39.9, 116.4, 0.0005));
+    QVERIFY(trackInView(map.state()));
+    QCOMPARE(map.state().value("zoom").toInt(), large);
 }
 
 void TestMapPage::clearForgetsTheTrack() {
