@@ -5,6 +5,7 @@
 #include "KvTestMain.h"
 #include "MapTestUtil.h"
 
+#include <QDesktopServices>
 #include <QDir>
 #include <QImage>
 #include <QStandardPaths>
@@ -77,6 +78,15 @@ double number(QVariantMap const& map, char const* key) {
     return map.value(QString::fromLatin1(key)).toDouble();
 }
 
+// Catches the URLs the application hands to the desktop's browser.
+class UrlCatcher : public QObject {
+    Q_OBJECT
+public:
+    QList<QUrl> urls;
+public slots:
+    void open(QUrl const& url) { urls.append(url); }
+};
+
 // The whole track lies in the view.
 bool trackInView(QVariantMap const& state) {
     QVariantMap const bounds = state.value("bounds").toMap();
@@ -114,6 +124,7 @@ private slots:
     void googlePageOffersOsmAndAGcj02RoadMap();
     void offlinePiecesAreThere_data();
     void offlinePiecesAreThere();
+    void clickedLinkOpensInTheBrowser();
     void noScriptFromTheNetwork_data();
     void noScriptFromTheNetwork();
     void switchingMapsDoesNotRedraw();
@@ -393,6 +404,29 @@ void TestMapPage::offlinePiecesAreThere() {
     QVERIFY(evaluate(map.view, "document.querySelectorAll('canvas.leaflet-tile').length").toInt() >
             0);
     QCOMPARE(map.state().value("pendingFit").toBool(), false);
+}
+
+void TestMapPage::clickedLinkOpensInTheBrowser() {
+    ShownMap map{KvMapGoogle};
+    QVERIFY(map.waitUntilLoaded());
+    map.widget.drawLine(drive(30));
+    UrlCatcher catcher;
+    QDesktopServices::setUrlHandler(QStringLiteral("https"), &catcher, "open");
+    // The attribution's link to the tile licence.
+    QTRY_VERIFY_WITH_TIMEOUT(
+        evaluate(map.view, "document.querySelectorAll('.leaflet-control-attribution a').length")
+                .toInt() >= 2,
+        kvtest::kPageTimeoutMs);
+    evaluate(map.view, "Array.prototype.filter.call("
+                       "document.querySelectorAll('.leaflet-control-attribution a'), "
+                       "function (a) { return a.href.indexOf('openstreetmap') >= 0; })[0].click(); "
+                       "true");
+    QTRY_COMPARE_WITH_TIMEOUT(catcher.urls.size(), 1, kvtest::kPageTimeoutMs);
+    QDesktopServices::unsetUrlHandler(QStringLiteral("https"));
+    QCOMPARE(catcher.urls.first(), QUrl("https://www.openstreetmap.org/copyright"));
+    // The map stays, with its track.
+    QCOMPARE(map.view->url(), QUrl::fromLocalFile(KvMapWidget::googlePagePath()));
+    QCOMPARE(map.state().value("points").toInt(), 30);
 }
 
 void TestMapPage::noScriptFromTheNetwork_data() {
