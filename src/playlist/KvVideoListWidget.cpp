@@ -508,6 +508,10 @@ void KvVideoListWidget::_removeDeletedEntries(const QList<KvVideoInfo>& entries)
     }
 }
 
+KvAlertDialog* KvVideoListWidget::summaryAlert() const {
+    return _summaryAlert.data();
+}
+
 void KvVideoListWidget::_showBatchSummary(const QString& summary) {
     emit onFileBatchFinished(summary);
     if (_summaryAlert) {

@@ -75,7 +75,7 @@ public:
     QAction* copyToFolderAction() const { return _copyToFolderAction; }
     QAction* deleteFilesAction() const { return _deleteFilesAction; }
     // The alert that shows the last batch's summary while it is up, or null.
-    KvAlertDialog* summaryAlert() const { return _summaryAlert; }
+    KvAlertDialog* summaryAlert() const;
     // The entry file an entry is saved as: named by its identifier.
     static QString entryFilePath(const KvVideoInfo& info);
 
