@@ -86,5 +86,10 @@ void KvFileBatch::finish() {
 QString KvFileBatch::summary() const {
     const QString key =
         _operation == Copy ? QStringLiteral("copy_summary") : QStringLiteral("delete_summary");
-    return KvLanguage::kvtr(key).arg(_done).arg(_skipped).arg(_failed);
+    const QString text = KvLanguage::kvtr(key);
+    if (!text.contains(QLatin1String("%3"))) {
+        // No language installed (or a file without the three numbers): the key and the numbers.
+        return QStringLiteral("%1: %2/%3/%4").arg(text).arg(_done).arg(_skipped).arg(_failed);
+    }
+    return text.arg(_done).arg(_skipped).arg(_failed);
 }
