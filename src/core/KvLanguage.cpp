@@ -67,7 +67,10 @@ const QStringList& KvLanguage::usedKeys() {
         // file picker, playlist and file dialogs
         "select_files", "files", "directory", "drives", "...", "ok", "cancel", "adding_files",
         "copying_file", "deleting_file", "clear_playlist", "remove", "remove_invalid_files",
-        "open_in_explore"};
+        "open_in_explore",
+        // copying and deleting recordings from the playlist
+        "copy_to_folder", "delete_files", "delete", "delete_confirm", "copy_summary",
+        "delete_summary"};
     return keys;
 }
 

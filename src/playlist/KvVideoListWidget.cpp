@@ -1,5 +1,7 @@
 #include "KvVideoListWidget.h"
 
+#include "KvAlertDialog.h"
+#include "KvFileBatch.h"
 #include "KvFileUtils.h"
 #include "KvLanguage.h"
 #include "KvListWidget.h"
@@ -10,8 +12,13 @@
 #include <QCursor>
 #include <QDebug>
 #include <QDesktopServices>
+#include <QFileDialog>
 #include <QMenu>
+#include <QMessageBox>
+#include <QPushButton>
 #include <QResizeEvent>
+
+#include <algorithm>
 
 namespace {
 const char* const PopMenuStyle =
@@ -19,6 +26,9 @@ const char* const PopMenuStyle =
     " QMenu::item{background-color: transparent;padding:4px 20px;margin:0px 0px;"
     "border-bottom:1px solid #DBDBDB;}\n"
     "QMenu::item:selected { background-color: #2dabf9;}";
+
+// How long the summary of a copy or delete stays up.
+constexpr int SummaryShownMs = 6000;
 
 const char* const ScannedExtensions[] = {".mp4", ".MP4", ".avi", ".AVI", ".mov", ".MOV"};
 const char* const SupportedExtensions[] = {".mp4", ".avi", ".mov"};
@@ -34,7 +44,11 @@ KvVideoListWidget::KvVideoListWidget(QWidget* parent)
       _openInExploreAction(new QAction(KvLanguage::kvtr("open_in_explore"), this)),
       _removeAction(new QAction(KvLanguage::kvtr("remove"), this)),
       _removeInvalidFilesAction(new QAction(KvLanguage::kvtr("remove_invalid_files"), this)),
-      _clearPlaylistAction(new QAction(KvLanguage::kvtr("clear_playlist"), this)) {
+      _clearPlaylistAction(new QAction(KvLanguage::kvtr("clear_playlist"), this)),
+      _copyToFolderAction(new QAction(KvLanguage::kvtr("copy_to_folder"), this)),
+      _deleteFilesAction(new QAction(KvLanguage::kvtr("delete_files"), this)) {
+    // Several recordings can be selected with Ctrl or Shift to copy or delete them at once.
+    _list->setSelectionMode(QAbstractItemView::ExtendedSelection);
     _list->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     _list->setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOn);
     connect(_list, &QAbstractItemView::doubleClicked, this,
@@ -233,6 +247,8 @@ void KvVideoListWidget::reloadLanguage() {
     _removeAction->setText(KvLanguage::kvtr("remove"));
     _removeInvalidFilesAction->setText(KvLanguage::kvtr("remove_invalid_files"));
     _clearPlaylistAction->setText(KvLanguage::kvtr("clear_playlist"));
+    _copyToFolderAction->setText(KvLanguage::kvtr("copy_to_folder"));
+    _deleteFilesAction->setText(KvLanguage::kvtr("delete_files"));
 }
 
 void KvVideoListWidget::setCurrentItem(const QString& path) {
@@ -316,6 +332,10 @@ void KvVideoListWidget::_buildPopMenu(QListWidgetItem* item) {
     }
     _popMenu->addAction(_removeInvalidFilesAction);
     _popMenu->addAction(_clearPlaylistAction);
+    if (item) {
+        _popMenu->addAction(_copyToFolderAction);
+        _popMenu->addAction(_deleteFilesAction);
+    }
     _contextItem = item;
     connect(_popMenu, &QMenu::triggered, this, &KvVideoListWidget::onPopMenuTriggered);
 }
@@ -329,6 +349,10 @@ void KvVideoListWidget::onPopMenuTriggered(QAction* action) {
         _removeInvalidFiles();
     } else if (action == _clearPlaylistAction) {
         _clearPlaylist();
+    } else if (action == _copyToFolderAction) {
+        _copyContextEntries();
+    } else if (action == _deleteFilesAction) {
+        _deleteContextEntries();
     }
 }
 
@@ -381,6 +405,124 @@ void KvVideoListWidget::_clearPlaylist() {
     _list->cancelLoader();
     _contextItem = nullptr;
     _list->clear();
+}
+
+QList<KvVideoInfo> KvVideoListWidget::_contextEntries() const {
+    QList<KvVideoInfo> entries;
+    if (!_contextItem) {
+        return entries;
+    }
+    if (_contextItem->isSelected()) {
+        for (int row = 0; row < _list->count(); ++row) {
+            if (_list->item(row)->isSelected()) {
+                entries.append(_entryAt(row));
+            }
+        }
+    } else {
+        entries.append(_entryAt(_list->row(_contextItem)));
+    }
+    return entries;
+}
+
+QVector<QString> KvVideoListWidget::_clipPaths(const QList<KvVideoInfo>& entries) {
+    QVector<QString> paths;
+    for (const KvVideoInfo& info : entries) {
+        for (const KvVideo& video : info.videos) {
+            if (!video.path.isEmpty() && !paths.contains(video.path)) {
+                paths.append(video.path);
+            }
+        }
+    }
+    return paths;
+}
+
+void KvVideoListWidget::_copyContextEntries() {
+    const QVector<QString> src = _clipPaths(_contextEntries());
+    if (src.isEmpty()) {
+        return;
+    }
+    QFileDialog chooser(this, KvLanguage::kvtr("copy_to_folder"));
+    chooser.setFileMode(QFileDialog::Directory);
+    chooser.setOption(QFileDialog::ShowDirsOnly, true);
+    if (chooser.exec() != QDialog::Accepted || chooser.selectedFiles().isEmpty()) {
+        return;
+    }
+    const QString folder = chooser.selectedFiles().first();
+    KvFileBatch batch = KvFileBatch::runCopy(this, src, KvFileBatch::copyDestinations(src, folder));
+    _showBatchSummary(batch.summary());
+}
+
+void KvVideoListWidget::_deleteContextEntries() {
+    const QList<KvVideoInfo> entries = _contextEntries();
+    const QVector<QString> files = _clipPaths(entries);
+    if (files.isEmpty()) {
+        return;
+    }
+    int clips = 0;
+    qint64 bytes = 0;
+    for (const QString& path : files) {
+        const QFileInfo info(path);
+        if (info.isFile()) {
+            ++clips;
+            bytes += info.size();
+        }
+    }
+    if (!_confirmDelete(clips, bytes)) {
+        return;
+    }
+    // Whoever plays one of these recordings stops it before its files go.
+    emit onBeforeDeleteFiles(entries);
+    KvFileBatch batch = KvFileBatch::runDelete(this, files);
+    _removeDeletedEntries(entries);
+    _showBatchSummary(batch.summary());
+}
+
+bool KvVideoListWidget::_confirmDelete(int clips, qint64 bytes) {
+    QMessageBox box(this);
+    box.setIcon(QMessageBox::Warning);
+    box.setWindowTitle(KvLanguage::kvtr("delete_files"));
+    box.setText(
+        KvLanguage::kvtr("delete_confirm").arg(clips).arg(QLocale().formattedDataSize(bytes)));
+    QPushButton* deleteButton = box.addButton(KvLanguage::kvtr("delete"), QMessageBox::AcceptRole);
+    QPushButton* cancelButton = box.addButton(KvLanguage::kvtr("cancel"), QMessageBox::RejectRole);
+    // Nothing is deleted by pressing Return without reading.
+    box.setDefaultButton(cancelButton);
+    box.setEscapeButton(cancelButton);
+    box.exec();
+    return box.clickedButton() == deleteButton;
+}
+
+void KvVideoListWidget::_removeDeletedEntries(const QList<KvVideoInfo>& entries) {
+    for (const KvVideoInfo& info : entries) {
+        const bool anyLeft =
+            std::any_of(info.videos.begin(), info.videos.end(),
+                        [](const KvVideo& v) { return QFileInfo::exists(v.path); });
+        if (anyLeft || info.videos.isEmpty()) {
+            continue;
+        }
+        // Its recording is gone: the entry's file goes too, so it does not return at the next
+        // start.
+        KvFileUtils::deleteFile(entryFilePath(info));
+        _contextItem = nullptr;
+        _list->removeItem(info);
+    }
+}
+
+KvAlertDialog* KvVideoListWidget::summaryAlert() const {
+    return _summaryAlert.data();
+}
+
+void KvVideoListWidget::_showBatchSummary(const QString& summary) {
+    emit onFileBatchFinished(summary);
+    if (_summaryAlert) {
+        _summaryAlert->close();
+    }
+    auto* alert = new KvAlertDialog(this);
+    connect(alert, &QDialog::finished, alert, &QObject::deleteLater);
+    alert->setContentText(summary);
+    alert->dismissAfter(SummaryShownMs);
+    alert->show();
+    _summaryAlert = alert;
 }
 
 void KvVideoListWidget::resizeEvent(QResizeEvent* event) {

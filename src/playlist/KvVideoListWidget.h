@@ -5,11 +5,13 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QList>
+#include <QPointer>
 #include <QSet>
 #include <QStringList>
 #include <QUrl>
 #include <QWidget>
 
+class KvAlertDialog;
 class KvListWidget;
 class QAction;
 class QListWidgetItem;
@@ -70,6 +72,10 @@ public:
     QAction* removeAction() const { return _removeAction; }
     QAction* removeInvalidFilesAction() const { return _removeInvalidFilesAction; }
     QAction* clearPlaylistAction() const { return _clearPlaylistAction; }
+    QAction* copyToFolderAction() const { return _copyToFolderAction; }
+    QAction* deleteFilesAction() const { return _deleteFilesAction; }
+    // The alert that shows the last batch's summary while it is up, or null.
+    KvAlertDialog* summaryAlert() const;
     // The entry file an entry is saved as: named by its identifier.
     static QString entryFilePath(const KvVideoInfo& info);
 
@@ -77,6 +83,11 @@ signals:
     void onAddVideoInfo(const KvVideoInfo& info);
     void onDoubleClickVideoInfo(KvVideoInfo& info);
     void onDeleteVideoInfo(const KvVideoInfo& info);
+    // The user confirmed deleting these entries' clips; emitted directly, before any file is
+    // deleted, so that a listener playing one of them can stop it first.
+    void onBeforeDeleteFiles(const QList<KvVideoInfo>& entries);
+    // A copy or delete batch ended; summary is the line shown to the user.
+    void onFileBatchFinished(const QString& summary);
 
 public slots:
     void onDoubleClickListWidgetItem(const QModelIndex& index);
@@ -97,6 +108,16 @@ private:
     void _removeContextEntry();
     void _removeInvalidFiles();
     void _clearPlaylist();
+    // The entries a copy or delete acts on: the selected rows when the context row is one of
+    // them, otherwise the context row alone.
+    QList<KvVideoInfo> _contextEntries() const;
+    void _copyContextEntries();
+    void _deleteContextEntries();
+    bool _confirmDelete(int clips, qint64 bytes);
+    void _removeDeletedEntries(const QList<KvVideoInfo>& entries);
+    void _showBatchSummary(const QString& summary);
+    // Every clip of the entries, each path once.
+    static QVector<QString> _clipPaths(const QList<KvVideoInfo>& entries);
     // Where a removed entry's file is deleted: named by the entry's name, not its identifier.
     static QString _removedEntryFilePath(const KvVideoInfo& info);
 
@@ -108,4 +129,7 @@ private:
     QAction* _removeAction;
     QAction* _removeInvalidFilesAction;
     QAction* _clearPlaylistAction;
+    QAction* _copyToFolderAction;
+    QAction* _deleteFilesAction;
+    QPointer<KvAlertDialog> _summaryAlert; // child; deletes itself when it closes
 };

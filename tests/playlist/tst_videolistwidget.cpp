@@ -1,7 +1,7 @@
-#include "KvTestMain.h"
 #include "KvAddFileDialog.h"
 #include "KvFileUtils.h"
 #include "KvListWidget.h"
+#include "KvTestMain.h"
 #include "KvVideoInfoLoadThread.h"
 #include "KvVideoItemWidget.h"
 #include "KvVideoListWidget.h"
@@ -428,7 +428,8 @@ void TestVideoListWidget::menuOnRowAndOnEmptySpace() {
     _onNextMenu([&onEmpty](QMenu* menu) { onEmpty = menu->actions(); });
     widget.onListWidgetContentMenuEvent(nullptr);
 
-    QCOMPARE(onRow,
+    // The four come first; the copy and delete actions follow them (tst_videolistfileactions).
+    QCOMPARE(onRow.mid(0, 4),
              (QList<QAction*>{widget.openInExploreAction(), widget.removeAction(),
                               widget.removeInvalidFilesAction(), widget.clearPlaylistAction()}));
     QCOMPARE(onEmpty,
