@@ -18,7 +18,7 @@ KvVideoInfoLoadThread::~KvVideoInfoLoadThread() {
 void KvVideoInfoLoadThread::addItemWidget(KvVideoItemWidget* widget) {
     std::lock_guard<std::mutex> lock(_mutex);
     qDebug("KvVideoInfoLoadThread %p addItemWidget began", static_cast<void*>(this));
-    _queue.append(Job{QPointer<KvVideoItemWidget>(widget), widget->videoInfo()});
+    _queue.append(Job{QPointer<KvVideoItemWidget>(widget), widget->videoInfo(), QImage()});
     qDebug("KvVideoInfoLoadThread %p addItemWidget ended", static_cast<void*>(this));
 }
 
