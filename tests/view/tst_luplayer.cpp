@@ -78,8 +78,7 @@ void TestLuPlayer::pairPlaysInBothChannels() {
     QCOMPARE(player->getVideoView(), view.get());
     QCOMPARE(player->getFrontPlayer()->getVideoView(), view->frontView);
     QCOMPARE(player->getRearPlayer()->getVideoView(), view->rearView);
-    QCOMPARE(player->startPlay(pairOf(pairClip("front-1080p.mp4"), pairClip("rear-720p.mp4"))),
-             0);
+    QCOMPARE(player->startPlay(pairOf(pairClip("front-1080p.mp4"), pairClip("rear-720p.mp4"))), 0);
     QCOMPARE(view->getPlayerCount(), 2);
     QVERIFY(player->isOpenFile());
     QVERIFY(player->isPlaying());
@@ -115,8 +114,7 @@ void TestLuPlayer::bothMissingFailsAndKeepsTheCount() {
 
 void TestLuPlayer::singleClipPlaysOneChannel() {
     // A pair first, so that its rear must stop when a single clip follows.
-    QCOMPARE(player->startPlay(pairOf(pairClip("front-1080p.mp4"), pairClip("rear-720p.mp4"))),
-             0);
+    QCOMPARE(player->startPlay(pairOf(pairClip("front-1080p.mp4"), pairClip("rear-720p.mp4"))), 0);
     QTRY_VERIFY(view->rearView->getPictureTime() >= 0);
     KvVideoInfo single;
     single.appendVideo(pairClip("rear-720p.mp4"));
@@ -139,8 +137,7 @@ void TestLuPlayer::volumeActsOnTheFrontOnly() {
     QCOMPARE(player->getFrontPlayer()->getVolume(), 0.5f);
     QCOMPARE(player->getRearPlayer()->getVolume(), 0.0f);
     // Starting a recording sets the volumes again.
-    QCOMPARE(player->startPlay(pairOf(pairClip("front-1080p.mp4"), pairClip("rear-720p.mp4"))),
-             0);
+    QCOMPARE(player->startPlay(pairOf(pairClip("front-1080p.mp4"), pairClip("rear-720p.mp4"))), 0);
     QCOMPARE(player->getVolume(), 1.0f);
     QCOMPARE(player->getRearPlayer()->getVolume(), 0.0f);
     player->setVolume(0.5f);
@@ -156,8 +153,7 @@ void TestLuPlayer::rearSendsNothingToTheDevice() {
     }
     QCOMPARE(audioStreams(), 0);
     // Both clips have sound: only the front's reaches the device.
-    QCOMPARE(player->startPlay(pairOf(pairClip("front-1080p.mp4"), pairClip("rear-720p.mp4"))),
-             0);
+    QCOMPARE(player->startPlay(pairOf(pairClip("front-1080p.mp4"), pairClip("rear-720p.mp4"))), 0);
     QTRY_VERIFY(view->rearView->getPictureTime() > 0.5);
     QCOMPARE(audioStreams(), 1);
     player->stopPlay();
@@ -170,8 +166,7 @@ void TestLuPlayer::rearSendsNothingToTheDevice() {
 }
 
 void TestLuPlayer::seekLandsOnTheTargetPicture() {
-    QCOMPARE(player->startPlay(pairOf(pairClip("front-1080p.mp4"), pairClip("rear-720p.mp4"))),
-             0);
+    QCOMPARE(player->startPlay(pairOf(pairClip("front-1080p.mp4"), pairClip("rear-720p.mp4"))), 0);
     QTRY_VERIFY(view->frontView->getPictureTime() >= 0.1);
     // Between key frames of both clips: the front's are at whole seconds, the rear's at 7/30 s
     // and then every 0.4 s.
@@ -209,8 +204,7 @@ void TestLuPlayer::seekLandsOnTheTargetPicture() {
 
 void TestLuPlayer::channelsStayInStep() {
     StepMeter meter(view.get());
-    QCOMPARE(player->startPlay(pairOf(pairClip("front-1080p.mp4"), pairClip("rear-720p.mp4"))),
-             0);
+    QCOMPARE(player->startPlay(pairOf(pairClip("front-1080p.mp4"), pairClip("rear-720p.mp4"))), 0);
     meter.command();
     qInfo("started");
     meter.watch(1200);

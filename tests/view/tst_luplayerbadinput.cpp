@@ -89,8 +89,9 @@ void TestLuPlayerBadInput::cleanup() {
     QVERIFY(!player->isOpenFile());
     QVERIFY(!player->isPlaying());
     // The cores' threads are gone (the audio device may keep one thread of its own).
-    QTRY_VERIFY2(threadCount() <= threadsBefore + 1,
-                 qPrintable(QString("%1 threads, %2 before").arg(threadCount()).arg(threadsBefore)));
+    QTRY_VERIFY2(
+        threadCount() <= threadsBefore + 1,
+        qPrintable(QString("%1 threads, %2 before").arg(threadCount()).arg(threadsBefore)));
     player.reset();
     view.reset();
     events.reset();
@@ -104,14 +105,12 @@ void TestLuPlayerBadInput::cutOffFrontWhileTheRearPlaysOn() {
     const double frontEnd = view->frontView->getPictureTime();
     QVERIFY2(frontEnd < 5.0, qPrintable(QString::number(frontEnd)));
     QTRY_VERIFY_WITH_TIMEOUT(view->rearView->getPictureTime() > 5.8, kPlayTimeoutMs);
-    QTRY_VERIFY(!player->getRearPlayer()->isPlaying() ||
-                view->rearView->getPictureTime() > 5.9);
+    QTRY_VERIFY(!player->getRearPlayer()->isPlaying() || view->rearView->getPictureTime() > 5.9);
     QCOMPARE(events.count(2), 1);
 }
 
 void TestLuPlayerBadInput::rearShorterThanTheFront() {
-    QCOMPARE(player->startPlay(pairOf(pairClip("front-1080p.mp4"), pairClip("rear-short.mp4"))),
-             0);
+    QCOMPARE(player->startPlay(pairOf(pairClip("front-1080p.mp4"), pairClip("rear-short.mp4"))), 0);
     QTRY_VERIFY_WITH_TIMEOUT(view->rearView->getPictureTime() > 2.9, kPlayTimeoutMs);
     // The rear's end is not reported: progress and the end come from the front.
     QTest::qWait(300);
@@ -182,6 +181,7 @@ void TestLuPlayerBadInput::randomCommandsForThirtySeconds() {
             player->playNextVideo();
             break;
         default:
+            // Any volume, as the slider sets it: fractions once broke the audio device's lock.
             player->setVolume(float(random.bounded(1.0)));
             break;
         }
