@@ -138,11 +138,15 @@ int KvAudioPlayer::write(const unsigned char* data, int length) {
     int offset = 0;
     while (offset < length) {
         const int period = output->periodSize();
-        if (period <= 0) {
+        // Only what the device has room for: at a volume below 1 Qt's PulseAudio output asks
+        // the server for a write buffer of that size, and asking for none fails and, with a
+        // volume changing meanwhile, left the server connection's lock broken.
+        const int room = static_cast<int>(std::min<qint64>(output->bytesFree(), period));
+        if (period <= 0 || room <= 0) {
             QThread::msleep(kWritePollMs);
         } else {
             const qint64 accepted = device->write(reinterpret_cast<const char*>(data) + offset,
-                                                  std::min(length - offset, period));
+                                                  std::min(length - offset, room));
             if (accepted < 0) {
                 break; // the device failed; the rest of the block is lost
             }

@@ -3,6 +3,7 @@
 #include "KvAudioData.h"
 #include "KvAudioPlayer.h"
 #include "KvAudioQueue.h"
+#include "KvSharedClock.h"
 #include "KvVideoSink.h"
 #include "KvYUV420P.h"
 #include "MutexQueue.h"
@@ -21,6 +22,7 @@ extern "C" {
 #include <QThread>
 
 #include <algorithm>
+#include <limits>
 #include <memory>
 
 namespace {
@@ -47,6 +49,14 @@ constexpr double kStepBackFromStart = 1.0;
 constexpr int kCodeEndOfFile = 1;
 constexpr int kCodeRanDry = 2;
 constexpr int kCodeShown = 3;
+// Timestamps of pictures are rounded to the container's time base: two times this close are
+// the same instant.
+constexpr double kTimeEpsilon = 0.001;
+// Keep every picture and audio frame (no seek is landing).
+constexpr double kKeepAll = std::numeric_limits<double>::lowest();
+// A following core waits this long for the leading core to anchor the shared clock after a play
+// or a seek, then paces on its own (the leader may have nothing to show, or be stuck).
+constexpr int64_t kMaxLeaderWaitUs = 1000000;
 // Size of the buffer for FFmpeg's error texts.
 constexpr int kErrorTextSize = 1024;
 // Extra bytes behind each converted plane: the scaler writes whole chroma samples, one column
@@ -98,6 +108,86 @@ KvYUV420P* copyPicture(const KvYUV420P* picture) {
     copy->time = picture->time;
     return copy;
 }
+
+// What a following core does with the picture it holds.
+enum class FollowStep {
+    Wait, // until wakeAt
+    Show,
+    Skip, // behind the leader: drop it to catch up
+};
+
+// Pacing of a core that follows a shared clock: a picture is due by the leader's anchor, and is
+// held back while the leader has not yet shown the picture before it, so the follower neither
+// runs ahead of a leader that falls behind nor lags when it is slower itself (it skips pictures
+// then). While
+// there is no anchor, after waiting a little for one, the follower paces by an anchor of its own.
+// Video thread only.
+class FollowPacing {
+public:
+    // A play or a seek: the next picture starts the pacing afresh.
+    void restart(int64_t now) {
+        anchored = false;
+        waitSince = now;
+        gateSince = -1;
+        lastTime = kKeepAll;
+    }
+    FollowStep next(const KvSharedClock& clock, double time, double frameSeconds, int64_t now,
+                    bool more, int64_t* wakeAt) {
+        const int64_t step = static_cast<int64_t>(frameSeconds * 1000000);
+        int64_t due = 0;
+        const bool shared = clock.dueTime(time, &due);
+        const bool leading = clock.isLeaderPresenting();
+        *wakeAt = now + static_cast<int64_t>(kPollMs) * 1000;
+        if (!shared) {
+            if (leading && now - waitSince < kMaxLeaderWaitUs) {
+                return FollowStep::Wait; // the leader is about to anchor the clock
+            }
+            if (!anchored) {
+                anchored = true;
+                ownTime = time;
+                ownWall = now;
+            }
+            due = ownWall + static_cast<int64_t>((time - ownTime) * 1000000);
+        }
+        if (lastTime != kKeepAll && time <= lastTime + kTimeEpsilon) {
+            due = std::max(due, lastDue + step); // a timestamp that does not advance
+        }
+        if (now < due) {
+            *wakeAt = due;
+            return FollowStep::Wait;
+        }
+        FollowStep result =
+            shared && more && now - due > step ? FollowStep::Skip : FollowStep::Show;
+        if (shared && leading) {
+            // Both are due at once: the leader may still be showing the picture before. Only a
+            // leader further behind holds the follower back.
+            const double leader = clock.leaderPosition();
+            if (leader < time - frameSeconds - kTimeEpsilon) {
+                gateSince = gateSince < 0 ? now : gateSince;
+                if (now - gateSince < kMaxLeaderWaitUs) {
+                    return FollowStep::Wait; // the leader lags its clock: wait for it
+                }
+            }
+            result = more && leader >= time + frameSeconds - kTimeEpsilon ? FollowStep::Skip
+                                                                          : FollowStep::Show;
+        }
+        gateSince = -1;
+        if (result == FollowStep::Show) {
+            lastTime = time;
+            lastDue = due;
+        }
+        return result;
+    }
+
+private:
+    bool anchored = false;
+    double ownTime = 0;
+    int64_t ownWall = 0;
+    int64_t waitSince = 0;
+    int64_t gateSince = -1;     // since when the held picture waits for the leader
+    double lastTime = kKeepAll; // the picture shown last and when it was due
+    int64_t lastDue = 0;
+};
 
 } // namespace
 
@@ -224,6 +314,11 @@ void KvFFPlayer::start() {
     videoTime.store(0.0);
     frameTime.store(-1.0);
     frameCache = kMinFrameCache;
+    _frameSeconds = kDefaultStepUs / 1e6;
+    if (const AVStream* stream = reader->getVideoStream();
+        stream != nullptr && stream->avg_frame_rate.num > 0 && stream->avg_frame_rate.den > 0) {
+        _frameSeconds = 1.0 / av_q2d(stream->avg_frame_rate);
+    }
     if (const AVCodecContext* decoder = reader->getVideoCodecContext();
         reader->getVideoStream() != nullptr) {
         const int gop = decoder != nullptr ? decoder->gop_size : 0;
@@ -237,13 +332,44 @@ void KvFFPlayer::start() {
     decodeThread->start(QThread::InheritPriority);
 }
 
-void KvFFPlayer::_requestSeek(double seconds) {
+void KvFFPlayer::_requestSeek(double seconds, double keepFrom) {
     qDebug("seek %lf", seconds);
     // Counted first and the target before the flag: the decode thread reads both after it sees
     // the request.
     _seeksRequested.fetch_add(1);
     seekTime.store(seconds);
+    _seekKeepFrom.store(keepFrom);
     seekRequested.store(true);
+    KvSharedClock* clock = _sharedClock.load();
+    if (clock != nullptr && _leadsClock.load()) {
+        clock->invalidate(); // the follower waits for the picture this seek lands on
+    }
+}
+
+double KvFFPlayer::_landOn(double seconds) const {
+    // The picture showing at the target is the last one that starts at or before it: every
+    // picture that has ended by then is dropped.
+    const double frame = _frameSeconds > 0 ? _frameSeconds : kDefaultStepUs / 1e6;
+    return seconds - frame + kTimeEpsilon;
+}
+
+void KvFFPlayer::setSharedClock(KvSharedClock* clock, bool leads) {
+    _sharedClock.store(clock);
+    _leadsClock.store(leads);
+}
+
+void KvFFPlayer::_setPresenting(bool presenting) {
+    KvSharedClock* clock = _sharedClock.load();
+    if (clock != nullptr && _leadsClock.load()) {
+        clock->setLeaderPresenting(presenting);
+    }
+}
+
+void KvFFPlayer::_anchorSharedClock(unsigned serial, int64_t wallUs, double mediaTime) {
+    KvSharedClock* clock = _sharedClock.load();
+    if (clock != nullptr && _leadsClock.load()) {
+        clock->anchor(serial, wallUs, mediaTime);
+    }
 }
 
 bool KvFFPlayer::_seekPending() const {
@@ -255,11 +381,16 @@ void KvFFPlayer::play() {
     if (reader == nullptr) {
         return;
     }
-    if (frameTime.load() >= 0) {
-        _requestSeek(frameTime.load());
+    if (const double stepped = frameTime.load(); stepped >= 0) {
+        _requestSeek(stepped, _landOn(stepped));
     }
     frameTime.store(-1.0);
     KvFFPlayerThread::stopAndDelete(videoThread);
+    if (KvSharedClock* clock = _sharedClock.load(); clock != nullptr && _leadsClock.load()) {
+        // The follower waits until this core shows its first picture and anchors the clock.
+        clock->invalidate();
+        clock->setLeaderPresenting(videoQueue != nullptr);
+    }
     videoThread = new KvVideoThread(this);
     videoThread->start();
     KvFFPlayerThread::stopAndDelete(audioThread);
@@ -274,6 +405,7 @@ void KvFFPlayer::play() {
 void KvFFPlayer::_stopPresentation() {
     KvFFPlayerThread::stopAndDelete(videoThread);
     videoThread = nullptr;
+    _setPresenting(false);
     KvFFPlayerThread::stopAndDelete(audioThread);
     audioThread = nullptr;
 }
@@ -284,7 +416,9 @@ void KvFFPlayer::pause() {
 }
 
 void KvFFPlayer::seek(double seconds) {
-    _requestSeek(seconds);
+    // A user's seek lands on the picture at the target, not on the key frame before it: two
+    // cameras with key frames in different places then land on the same instant.
+    _requestSeek(seconds, _landOn(seconds));
 }
 
 int KvFFPlayer::startPlay(const char* path) {
@@ -438,13 +572,12 @@ void KvFFPlayer::_doDecode() {
     const double videoBase = videoStream != nullptr ? av_q2d(videoStream->time_base) : 0.0;
     const double audioBase = audioStream != nullptr ? av_q2d(audioStream->time_base) : 0.0;
     AVCodecContext* audioDecoder = reader->getAudioCodecContext();
+    // After a seek: what comes before these times is decoded only to reach the target.
+    double keepFrom[2] = {kKeepAll, kKeepAll}; // pictures, audio
     int result = 0;
     while (!workerStopped()) {
         if (seekRequested.exchange(false)) {
-            const unsigned serial = _seeksRequested.load();
-            _doSeek(seekTime.load(), kSeekFlags);
-            frameCount.store(0);
-            _seeksDone.store(serial);
+            _seekNow(keepFrom);
         }
         if (videoQueue != nullptr && videoQueue->size() > frameCache) {
             sleepPoll();
@@ -458,26 +591,14 @@ void KvFFPlayer::_doDecode() {
             int gotPicture = 0;
             decodeVideo(videoStream, frame.get(), &gotPicture, packet.get());
             if (gotPicture != 0) {
-                if (KvYUV420P* picture = _makePicture(frame.get())) {
-                    const int64_t pts =
-                        frame->pts != AV_NOPTS_VALUE ? frame->pts : frame->best_effort_timestamp;
-                    picture->time = pts * videoBase;
-                    if (videoQueue != nullptr) {
-                        videoQueue->push(picture);
-                    } else {
-                        KvYUVDataFree(picture);
-                    }
-                }
+                const int64_t pts =
+                    frame->pts != AV_NOPTS_VALUE ? frame->pts : frame->best_effort_timestamp;
+                _pushPicture(frame.get(), pts * videoBase, &keepFrom[0]);
                 av_frame_unref(frame.get());
             }
         } else if (reader->isAudioPacket(packet.get()) && !audioDisabled.load() &&
                    audioQueue != nullptr && audioDecoder != nullptr) {
-            if (avcodec_send_packet(audioDecoder, packet.get()) >= 0) {
-                while (avcodec_receive_frame(audioDecoder, frame.get()) >= 0) {
-                    audioQueue->pushFrame(frame.get(), frame->pts * audioBase);
-                    av_frame_unref(frame.get());
-                }
-            }
+            _decodeAudio(audioDecoder, packet.get(), frame.get(), audioBase, &keepFrom[1]);
         }
         av_packet_unref(packet.get());
     }
@@ -496,6 +617,53 @@ void KvFFPlayer::_doDecode() {
     _decoding.store(false, std::memory_order_release);
 }
 
+void KvFFPlayer::_seekNow(double* keepFrom) {
+    const unsigned serial = _seeksRequested.load();
+    const double keep = _seekKeepFrom.load();
+    if (_doSeek(seekTime.load(), kSeekFlags) >= 0) {
+        keepFrom[0] = keep;
+        keepFrom[1] = keep;
+    }
+    frameCount.store(0);
+    _seeksDone.store(serial);
+}
+
+bool KvFFPlayer::_pushPicture(const AVFrame* frame, double time, double* keepFrom) {
+    if (time < *keepFrom) {
+        return false; // before the seek's target: decoded only to reach it
+    }
+    *keepFrom = kKeepAll;
+    KvYUV420P* picture = _makePicture(frame);
+    if (picture == nullptr) {
+        return false;
+    }
+    picture->time = time;
+    if (videoQueue != nullptr) {
+        videoQueue->push(picture);
+    } else {
+        KvYUVDataFree(picture);
+    }
+    return true;
+}
+
+void KvFFPlayer::_decodeAudio(AVCodecContext* decoder, const AVPacket* packet, AVFrame* frame,
+                              double base, double* keepFrom) {
+    if (avcodec_send_packet(decoder, packet) < 0) {
+        return;
+    }
+    while (avcodec_receive_frame(decoder, frame) >= 0) {
+        const double time = frame->pts * base;
+        const double length =
+            frame->sample_rate > 0 ? double(frame->nb_samples) / frame->sample_rate : 0.0;
+        // Sound that has ended before a seek's target is not played after it.
+        if (time + length > *keepFrom) {
+            *keepFrom = kKeepAll;
+            audioQueue->pushFrame(frame, time);
+        }
+        av_frame_unref(frame);
+    }
+}
+
 bool KvFFPlayer::_endedEarly() const {
     const qint64 fileSize = QFileInfo(QString::fromUtf8(_path)).size();
     for (AVStream* stream : {reader->getVideoStream(), reader->getAudioStream()}) {
@@ -511,6 +679,9 @@ bool KvFFPlayer::_endedEarly() const {
 
 void KvFFPlayer::_renderVideo(KvYUV420P* picture) {
     videoTime.store(picture->time);
+    if (KvSharedClock* clock = _sharedClock.load(); clock != nullptr && _leadsClock.load()) {
+        clock->shown(picture->time);
+    }
     if (KvVideoSink* view = videoView.load()) {
         view->updateYUV420Async(picture);
     } else {
@@ -519,7 +690,42 @@ void KvFFPlayer::_renderVideo(KvYUV420P* picture) {
     _callback(kCodeShown);
 }
 
+KvYUV420P* KvFFPlayer::_nextPicture(KvYUV420P* held, unsigned* heldSeeks, bool* ranDry,
+                                    bool* afterSeek) {
+    *ranDry = false;
+    *afterSeek = false;
+    if (held != nullptr && (_seekPending() || *heldSeeks != _seeksDone.load())) {
+        KvYUVDataFree(held); // taken before a seek
+        held = nullptr;
+    }
+    if (held != nullptr || _seekPending()) {
+        return held;
+    }
+    held = videoQueue != nullptr ? static_cast<KvYUV420P*>(videoQueue->pop()) : nullptr;
+    if (held == nullptr) {
+        *ranDry = !_decoding.load(std::memory_order_acquire);
+    } else if (*heldSeeks != _seeksDone.load()) {
+        *heldSeeks = _seeksDone.load();
+        *afterSeek = true;
+    }
+    return held;
+}
+
+void KvFFPlayer::_returnPicture(KvYUV420P* held, unsigned heldSeeks) {
+    // The GUI thread is joining this thread, so no seek can be requested meanwhile: a picture
+    // that is still current goes back to the head of the queue, where play() or a step finds it.
+    if (held != nullptr && !_seekPending() && heldSeeks == _seeksDone.load()) {
+        videoQueue->pushFront(held);
+    } else {
+        KvYUVDataFree(held);
+    }
+}
+
 void KvFFPlayer::_doPlayVideo() {
+    if (_sharedClock.load() != nullptr && !_leadsClock.load()) {
+        _doFollowVideo();
+        return;
+    }
     const AVStream* stream = reader->getVideoStream();
     long long step = interval.load();
     if (step <= 0) {
@@ -529,45 +735,96 @@ void KvFFPlayer::_doPlayVideo() {
     }
     qDebug("interval %lld", step);
     frameCount.store(0);
-    int64_t due = av_gettime();
+    KvYUV420P* held = nullptr; // taken from the queue, shown when it is due
+    unsigned heldSeeks = _seeksDone.load();
     double firstTime = 0;
-    int64_t clock0 = due;
+    int64_t clock0 = 0;
     bool ranDry = false;
-    while (!workerStopped()) {
+    bool afterSeek = false;
+    while (!workerStopped() && !ranDry) {
+        // Read before the picture is taken: an anchor on a picture from before a newer play or
+        // seek is refused.
+        const unsigned clockSerial =
+            _sharedClock.load() != nullptr ? _sharedClock.load()->serial() : 0;
+        held = _nextPicture(held, &heldSeeks, &ranDry, &afterSeek);
+        if (held == nullptr) {
+            if (!ranDry) {
+                sleepPoll();
+            }
+            continue;
+        }
         const int64_t now = av_gettime();
+        const int count = frameCount.load();
+        if (count == 0) {
+            firstTime = held->time;
+            clock0 = now;
+            _anchorSharedClock(clockSerial, clock0, firstTime);
+        }
+        // Each picture is shown at its own time after the anchor; the fixed step only spaces
+        // pictures whose timestamp does not advance.
+        const double delta = held->time - firstTime;
+        const int64_t due =
+            delta > 0 ? clock0 + static_cast<int64_t>(delta * 1000000) : clock0 + count * step;
         if (now < due) {
             // Sleeping to the due time in one go, rather than in 1 ms steps, saves two player
             // cores some 30 wake-ups per picture; the cap keeps a stop request prompt.
             QThread::usleep(static_cast<unsigned long>(std::min(due - now, kMaxPacingSleepUs)));
             continue;
         }
-        if (_seekPending()) {
-            sleepPoll();
-            continue;
-        }
-        auto* picture =
-            videoQueue != nullptr ? static_cast<KvYUV420P*>(videoQueue->pop()) : nullptr;
-        if (picture == nullptr) {
-            if (!_decoding.load(std::memory_order_acquire)) {
-                ranDry = true;
-                break;
-            }
-            sleepPoll();
-            continue;
-        }
-        int count = frameCount.load();
-        if (count == 0) {
-            firstTime = picture->time;
-            clock0 = now;
-        }
-        const double delta = picture->time - firstTime;
-        _renderVideo(picture);
+        _renderVideo(held);
+        held = nullptr;
         // A seek in the meantime has reset the count; it stays 0, so the next picture (the
         // first after the seek) anchors the clock again.
-        frameCount.compare_exchange_strong(count, count + 1);
-        due = delta > 0 ? clock0 + static_cast<int64_t>(delta * 1000000)
-                        : clock0 + (count + 1) * step;
+        int expected = count;
+        frameCount.compare_exchange_strong(expected, count + 1);
     }
+    _returnPicture(held, heldSeeks);
+    _setPresenting(false);
+    if (ranDry) {
+        _callback(readError.load() == AVERROR_EOF ? kCodeEndOfFile : kCodeRanDry);
+    }
+}
+
+void KvFFPlayer::_doFollowVideo() {
+    const KvSharedClock* clock = _sharedClock.load();
+    qDebug("interval %lld", static_cast<long long>(_frameSeconds * 1000000));
+    KvYUV420P* held = nullptr; // taken from the queue, shown when it is due
+    unsigned heldSeeks = _seeksDone.load();
+    FollowPacing pacing;
+    pacing.restart(av_gettime());
+    bool ranDry = false;
+    bool afterSeek = false;
+    while (!workerStopped() && !ranDry) {
+        held = _nextPicture(held, &heldSeeks, &ranDry, &afterSeek);
+        if (held == nullptr) {
+            if (!ranDry) {
+                sleepPoll();
+            }
+            continue;
+        }
+        const int64_t now = av_gettime();
+        if (afterSeek) {
+            pacing.restart(now);
+        }
+        int64_t wakeAt = now;
+        switch (
+            pacing.next(*clock, held->time, _frameSeconds, now, videoQueue->size() > 0, &wakeAt)) {
+        case FollowStep::Wait:
+            QThread::usleep(static_cast<unsigned long>(std::min(wakeAt - now, kMaxPacingSleepUs)));
+            continue;
+        case FollowStep::Skip:
+            KvYUVDataFree(held);
+            held = nullptr;
+            continue;
+        case FollowStep::Show:
+            break;
+        }
+        _renderVideo(held);
+        held = nullptr;
+        int count = frameCount.load();
+        frameCount.compare_exchange_strong(count, count + 1);
+    }
+    _returnPicture(held, heldSeeks);
     if (ranDry) {
         _callback(readError.load() == AVERROR_EOF ? kCodeEndOfFile : kCodeRanDry);
     }
@@ -656,7 +913,10 @@ void KvFFPlayer::playPrevVideo() {
     if (frameTime.load() < 0) {
         const double shown = videoTime.load();
         frameTime.store(shown);
-        _requestSeek(shown < kStepBackFromStart ? 0.0 : shown - kStepBackSeconds);
+        // The cache refills from the key frame before the target; pictures too old to leave
+        // room for the shown one in the cache are dropped, so that it can be stepped back to.
+        _requestSeek(shown < kStepBackFromStart ? 0.0 : shown - kStepBackSeconds,
+                     shown - (frameCache - 1) * _frameSeconds - kTimeEpsilon);
         return;
     }
     if (_seekPending() || videoQueue->size() < frameCache) {

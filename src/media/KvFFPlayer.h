@@ -16,6 +16,7 @@ extern "C" {
 class KvAudioPlayer;
 class KvAudioQueue;
 class KvFFPlayer;
+class KvSharedClock;
 class KvVideoSink;
 class KvYUV420P;
 class MutexQueue;
@@ -115,6 +116,10 @@ public:
     void disableAudio(bool disabled) { audioDisabled.store(disabled); }
     void setVolume(float volume);
     float getVolume() const { return volume; }
+    // Shares a presentation clock with another core (not owned; null: pace alone). The leading
+    // core anchors it; a following core shows each picture when the leader's clock says it is
+    // due, and skips pictures while it is behind. Set before start()/play().
+    void setSharedClock(KvSharedClock* clock, bool leads);
 
     // Decodes one packet (null: none) of the stream into frame; *gotPicture tells whether a
     // picture came out. Negative FFmpeg codes on failure.
@@ -129,6 +134,14 @@ protected:
     virtual void _doPlayVideo();
     virtual void _doPlayAudio();
     virtual int _doSeek(double seconds, int flags);
+    // The video thread of a core that follows a shared clock.
+    void _doFollowVideo();
+    // The picture to present next: the one held, unless a seek has made it stale, else the next
+    // from the queue (*afterSeek: the first since a seek). Null while there is none; *ranDry when
+    // decoding has ended and the queue is empty.
+    KvYUV420P* _nextPicture(KvYUV420P* held, unsigned* heldSeeks, bool* ranDry, bool* afterSeek);
+    // At the end of a video thread: the picture it took but did not show.
+    void _returnPicture(KvYUV420P* held, unsigned heldSeeks);
 
     void _renderVideo(KvYUV420P* picture);
     void _syncAudio2Video();
@@ -138,7 +151,16 @@ protected:
     void _clearQueues();
     void _destroyQueues();
     void _stopPresentation();
-    void _requestSeek(double seconds);
+    // A seek to seconds; the decode thread then drops pictures (and audio) older than keepFrom.
+    void _requestSeek(double seconds, double keepFrom);
+    // keepFrom of a seek that lands on the picture showing at seconds.
+    double _landOn(double seconds) const;
+    void _seekNow(double* keepFrom);
+    bool _pushPicture(const AVFrame* frame, double time, double* keepFrom);
+    void _decodeAudio(AVCodecContext* decoder, const AVPacket* packet, AVFrame* frame, double base,
+                      double* keepFrom);
+    void _anchorSharedClock(unsigned serial, int64_t wallUs, double mediaTime);
+    void _setPresenting(bool presenting);
     bool _seekPending() const;
     bool _endedEarly() const;
     KvYUV420P* _makePicture(const AVFrame* frame) const;
@@ -161,6 +183,12 @@ protected:
                                         // resets it so that the video thread re-anchors
     std::atomic<bool> seekRequested{false};
     std::atomic<double> seekTime{0.0};
+    // Pictures and audio of the pending seek older than this are decoded and dropped, so that a
+    // seek lands on its target picture rather than on the key frame before it (written before
+    // seekRequested, read by the decode thread after it).
+    std::atomic<double> _seekKeepFrom{0.0};
+    // Seconds per picture from the stream's frame rate; set by start() before the workers run.
+    double _frameSeconds = 0.0;
     // Seek requests made (GUI thread) and carried out (decode thread). While they differ the
     // queues still hold pictures from before the target, so presentation and stepping wait.
     std::atomic<unsigned> _seeksRequested{0};
@@ -178,6 +206,10 @@ protected:
     // True from start() until the decode loop has ended: the presentation threads end when their
     // queue is empty and this is false.
     std::atomic<bool> _decoding{false};
+    // The clock shared with the other core of a recording, and whether this core leads it. The
+    // GUI thread sets both while no worker runs.
+    std::atomic<KvSharedClock*> _sharedClock{nullptr};
+    std::atomic<bool> _leadsClock{false};
 
 private:
     std::mutex _callbackMutex; // guards the two fields below, set by the GUI thread

@@ -40,6 +40,16 @@ void* KvQueue::push(void* data) {
     return data;
 }
 
+void* KvQueue::pushFront(void* data) {
+    auto* node = new KvQueueNode(data, _head);
+    if (_head == nullptr) {
+        _tail = node;
+    }
+    _head = node;
+    ++_count;
+    return data;
+}
+
 void* KvQueue::clear() {
     while (_head != nullptr) {
         KvQueueNode* node = _head;

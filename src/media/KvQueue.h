@@ -26,6 +26,8 @@ public:
     virtual void* tail();
     virtual void* pop();
     virtual void* push(void* data);
+    // Puts an item back before the head (a consumer that took one too many).
+    void* pushFront(void* data);
     virtual void* clear();
     virtual int64_t size();
 

@@ -30,6 +30,11 @@ void* MutexQueue::push(void* data) {
     return _queue->push(data);
 }
 
+void* MutexQueue::pushFront(void* data) {
+    std::lock_guard<std::mutex> locker(*_mutex);
+    return _queue->pushFront(data);
+}
+
 void* MutexQueue::clear() {
     std::lock_guard<std::mutex> locker(*_mutex);
     return _queue->clear();

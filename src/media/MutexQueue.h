@@ -21,6 +21,7 @@ public:
     virtual void* tail();
     virtual void* pop();
     virtual void* push(void* data);
+    void* pushFront(void* data);
     virtual void* clear();
     virtual int64_t size();
 

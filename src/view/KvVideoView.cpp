@@ -116,6 +116,11 @@ void KvVideoView::getScale(double* outScaleX, double* outScaleY) {
     }
 }
 
+double KvVideoView::getPictureTime() {
+    std::lock_guard<std::mutex> guard(mutex);
+    return picture != nullptr ? picture->time : -1.0;
+}
+
 void KvVideoView::initializeGL() {
     std::lock_guard<std::mutex> guard(mutex);
     initializeOpenGLFunctions();

@@ -33,6 +33,8 @@ public:
     void clear();
     // The fraction of the widget's width and height that the picture covers.
     void getScale(double* scaleX, double* scaleY);
+    // The presentation time of the picture shown, in seconds; -1 when the view is empty.
+    double getPictureTime();
 
 signals:
     void updateAsyncSignal();

@@ -1,8 +1,8 @@
 // KvFFPlayer on generated clips: pacing, status callbacks, seeking, pause, single-frame steps and
 // the audio path to the default device (the PulseAudio null sink in CI).
 
-#include "KvTestMain.h"
 #include "KvPlayerTestUtil.h"
+#include "KvTestMain.h"
 
 #include <QAudioDeviceInfo>
 #include <QtTest>
@@ -40,6 +40,7 @@ private slots:
     void audioWaitsForThePicture();
     void mutedPlayerWritesNothing();
     void disabledAudioMakesNoOutput();
+    void fractionalVolumesWriteCleanly();
 };
 
 void TestFFPlayer::picturesArriveInOrderAtRealTime() {
@@ -421,6 +422,47 @@ void TestFFPlayer::disabledAudioMakesNoOutput() {
     QTRY_VERIFY_WITH_TIMEOUT(recorder.count(1) == 1, kPlayTimeoutMs);
     QVERIFY(sink.count() >= 85);
     player.stopPlay();
+}
+
+namespace {
+
+// Warnings of the audio output while a test runs.
+QAtomicInt g_audioWarnings;
+QtMessageHandler g_previousHandler = nullptr;
+
+void countAudioWarnings(QtMsgType type, const QMessageLogContext& context, const QString& text) {
+    if (type == QtWarningMsg && text.contains("QAudioOutput")) {
+        g_audioWarnings.fetchAndAddRelaxed(1);
+    }
+    g_previousHandler(type, context, text);
+}
+
+} // namespace
+
+void TestFFPlayer::fractionalVolumesWriteCleanly() {
+    if (!haveDevice()) {
+        QSKIP("no audio output device");
+    }
+    g_audioWarnings.storeRelaxed(0);
+    g_previousHandler = qInstallMessageHandler(countAudioWarnings);
+    TestPlayer player;
+    CallbackRecorder recorder;
+    player.setCallback(&recorder, &CallbackRecorder::callback);
+    player.setVolume(0.5f);
+    QVERIFY(player.startPlay(playbackClip("play-3s.mp4").constData()) >= 0);
+    // The volume slider moves while the sound plays.
+    QElapsedTimer timer;
+    timer.start();
+    for (int step = 0; recorder.count(1) == 0 && timer.elapsed() < kPlayTimeoutMs; ++step) {
+        player.setVolume(0.2f + 0.1f * float(step % 7));
+        QTest::qWait(20);
+    }
+    const qint64 played = player.output()->processedUSecs();
+    player.stopPlay();
+    qInstallMessageHandler(g_previousHandler);
+    QCOMPARE(recorder.count(1), 1);
+    QVERIFY2(played > 2000000, qPrintable(QString::number(played)));
+    QCOMPARE(g_audioWarnings.loadRelaxed(), 0);
 }
 
 KV_TEST_GUILESS_MAIN(TestFFPlayer)

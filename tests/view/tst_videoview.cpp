@@ -2,8 +2,8 @@
 // the conversion matrix gives, the aspect fit and its black bars, capture, clearing, pictures
 // handed over from another thread, and a player core driving the view.
 
-#include "KvTestMain.h"
 #include "KvFFPlayer.h"
+#include "KvTestMain.h"
 #include "KvVideoView.h"
 #include "KvYUV420P.h"
 

@@ -1,0 +1,248 @@
+// LuPlayer with a real LuVideoView under Xvfb and the audio device (the PulseAudio null sink in
+// CI), on generated front/rear pairs (1080p front with a key frame every second, 720p rear with
+// key frames every 12 pictures offset from the front's): both channels play, one failed channel
+// is tolerated, the rear is muted and sends nothing to the device, seeks land on the target
+// picture, and the two channels stay within one picture of each other through start, pause,
+// resume, seeks and single-picture steps.
+
+#include "KvTestMain.h"
+#include "LuPlayer.h"
+#include "LuPlayerTestUtil.h"
+
+#include <QAudioDeviceInfo>
+#include <QtTest>
+
+#include <memory>
+
+using namespace kvtest;
+
+namespace {
+
+constexpr int kPlayTimeoutMs = 15000;
+
+bool haveDevice() {
+    return !QAudioDeviceInfo::defaultOutputDevice().isNull();
+}
+
+} // namespace
+
+class TestLuPlayer : public QObject {
+    Q_OBJECT
+private slots:
+    void init();
+    void cleanup();
+    void emptyRecordChangesNothing();
+    void pairPlaysInBothChannels();
+    void missingFrontPlaysTheRearWithTwoChannels();
+    void bothMissingFailsAndKeepsTheCount();
+    void singleClipPlaysOneChannel();
+    void volumeActsOnTheFrontOnly();
+    void rearSendsNothingToTheDevice();
+    void seekLandsOnTheTargetPicture();
+    void channelsStayInStep();
+
+private:
+    std::unique_ptr<LuVideoView> view;
+    std::unique_ptr<LuPlayer> player;
+};
+
+void TestLuPlayer::init() {
+    view = std::make_unique<LuVideoView>();
+    view->resize(802, 600);
+    view->show();
+    QVERIFY(QTest::qWaitForWindowExposed(view.get()));
+    player = std::make_unique<LuPlayer>();
+    player->setVideoView(view.get());
+    view->reset();
+}
+
+void TestLuPlayer::cleanup() {
+    if (player) {
+        player->stopPlay();
+    }
+    player.reset();
+    view.reset();
+}
+
+void TestLuPlayer::emptyRecordChangesNothing() {
+    view->setPlayerCount(1);
+    player->setVolume(0.3f);
+    QCOMPARE(player->startPlay(KvVideoInfo()), 0);
+    QVERIFY(!player->isOpenFile());
+    QVERIFY(!player->isPlaying());
+    QCOMPARE(view->getPlayerCount(), 1);
+    QCOMPARE(player->getVolume(), 0.3f);
+}
+
+void TestLuPlayer::pairPlaysInBothChannels() {
+    QCOMPARE(player->getVideoView(), view.get());
+    QCOMPARE(player->getFrontPlayer()->getVideoView(), view->frontView);
+    QCOMPARE(player->getRearPlayer()->getVideoView(), view->rearView);
+    QCOMPARE(player->startPlay(pairOf(pairClip("front-1080p.mp4"), pairClip("rear-720p.mp4"))), 0);
+    QCOMPARE(view->getPlayerCount(), 2);
+    QVERIFY(player->isOpenFile());
+    QVERIFY(player->isPlaying());
+    QTRY_VERIFY(view->frontView->getPictureTime() > 0.5);
+    QTRY_VERIFY(view->rearView->getPictureTime() > 0.5);
+    // Both channels on screen, side by side, not black.
+    const QImage image = view->grab().toImage();
+    QVERIFY(image.pixel(200, 300) != image.pixel(600, 300) || qGray(image.pixel(200, 300)) > 10);
+    player->stopPlay();
+    QVERIFY(!player->isOpenFile());
+    QVERIFY(!player->isPlaying());
+}
+
+void TestLuPlayer::missingFrontPlaysTheRearWithTwoChannels() {
+    QCOMPARE(player->startPlay(pairOf(pairClip("missing-front.mp4"), pairClip("rear-720p.mp4"))),
+             0);
+    QCOMPARE(view->getPlayerCount(), 2);
+    QVERIFY(player->isOpenFile());
+    QVERIFY(player->isPlaying());
+    QTRY_VERIFY(view->rearView->getPictureTime() > 0.5);
+    QCOMPARE(view->frontView->getPictureTime(), -1.0);
+    QVERIFY(!player->getFrontPlayer()->isOpenFile());
+}
+
+void TestLuPlayer::bothMissingFailsAndKeepsTheCount() {
+    view->setPlayerCount(1);
+    QCOMPARE(player->startPlay(pairOf(pairClip("missing-front.mp4"), pairClip("missing-rear.mp4"))),
+             -1);
+    QCOMPARE(view->getPlayerCount(), 1);
+    QVERIFY(!player->isOpenFile());
+    QVERIFY(!player->isPlaying());
+}
+
+void TestLuPlayer::singleClipPlaysOneChannel() {
+    // A pair first, so that its rear must stop when a single clip follows.
+    QCOMPARE(player->startPlay(pairOf(pairClip("front-1080p.mp4"), pairClip("rear-720p.mp4"))), 0);
+    QTRY_VERIFY(view->rearView->getPictureTime() >= 0);
+    KvVideoInfo single;
+    single.appendVideo(pairClip("rear-720p.mp4"));
+    QCOMPARE(player->startPlay(single), 0);
+    QCOMPARE(view->getPlayerCount(), 1);
+    QVERIFY(player->getFrontPlayer()->isPlaying());
+    QVERIFY(!player->getRearPlayer()->isOpenFile());
+    QVERIFY(view->frontView->geometry().width() > 700);
+    KvVideoInfo missing;
+    missing.appendVideo(pairClip("missing.mp4"));
+    QCOMPARE(player->startPlay(missing), -1);
+    QCOMPARE(view->getPlayerCount(), 1);
+}
+
+void TestLuPlayer::volumeActsOnTheFrontOnly() {
+    QCOMPARE(player->getVolume(), 1.0f);
+    QCOMPARE(player->getRearPlayer()->getVolume(), 0.0f);
+    player->setVolume(0.5f);
+    QCOMPARE(player->getVolume(), 0.5f);
+    QCOMPARE(player->getFrontPlayer()->getVolume(), 0.5f);
+    QCOMPARE(player->getRearPlayer()->getVolume(), 0.0f);
+    // Starting a recording sets the volumes again.
+    QCOMPARE(player->startPlay(pairOf(pairClip("front-1080p.mp4"), pairClip("rear-720p.mp4"))), 0);
+    QCOMPARE(player->getVolume(), 1.0f);
+    QCOMPARE(player->getRearPlayer()->getVolume(), 0.0f);
+    player->setVolume(0.5f);
+    QCOMPARE(player->getRearPlayer()->getVolume(), 0.0f);
+}
+
+void TestLuPlayer::rearSendsNothingToTheDevice() {
+    if (!haveDevice()) {
+        QSKIP("no audio output device");
+    }
+    if (audioStreams() < 0) {
+        QSKIP("pactl cannot reach the PulseAudio server");
+    }
+    QCOMPARE(audioStreams(), 0);
+    // Both clips have sound: only the front's reaches the device.
+    QCOMPARE(player->startPlay(pairOf(pairClip("front-1080p.mp4"), pairClip("rear-720p.mp4"))), 0);
+    QTRY_VERIFY(view->rearView->getPictureTime() > 0.5);
+    QCOMPARE(audioStreams(), 1);
+    player->stopPlay();
+    QTRY_COMPARE(audioStreams(), 0);
+    // A silent front and a rear with sound: nothing reaches the device.
+    QCOMPARE(player->startPlay(pairOf(mediaClip("no-audio.mp4"), pairClip("rear-720p.mp4"))), 0);
+    QTRY_VERIFY(view->rearView->getPictureTime() > 0.5);
+    QTRY_VERIFY(view->frontView->getPictureTime() > 0.5);
+    QCOMPARE(audioStreams(), 0);
+}
+
+void TestLuPlayer::seekLandsOnTheTargetPicture() {
+    QCOMPARE(player->startPlay(pairOf(pairClip("front-1080p.mp4"), pairClip("rear-720p.mp4"))), 0);
+    QTRY_VERIFY(view->frontView->getPictureTime() >= 0.1);
+    // Between key frames of both clips: the front's are at whole seconds, the rear's at 7/30 s
+    // and then every 0.4 s.
+    for (double target : {1.5, 3.7, 2.2}) {
+        player->pause();
+        player->seek(target);
+        QTest::qWait(300);
+        player->play();
+        double firstFront = -1;
+        double firstRear = -1;
+        QElapsedTimer timer;
+        timer.start();
+        while (timer.elapsed() < 3000 && (firstFront < 0 || firstRear < 0)) {
+            const double front = view->frontView->getPictureTime();
+            const double rear = view->rearView->getPictureTime();
+            // Anything within a second before the target would be a key-frame landing; the
+            // pictures before the seek are more than a second away.
+            if (firstFront < 0 && front > target - 1.0 && front < target + 0.5) {
+                firstFront = front;
+            }
+            if (firstRear < 0 && rear > target - 1.0 && rear < target + 0.5) {
+                firstRear = rear;
+            }
+            QTest::qWait(1);
+        }
+        const QString what =
+            QString("target %1: front %2, rear %3").arg(target).arg(firstFront).arg(firstRear);
+        QVERIFY2(firstFront >= target - kFrameInterval - kTimeTolerance &&
+                     firstFront <= target + 0.1,
+                 qPrintable(what));
+        QVERIFY2(firstRear >= target - kFrameInterval - kTimeTolerance && firstRear <= target + 0.1,
+                 qPrintable(what));
+    }
+}
+
+void TestLuPlayer::channelsStayInStep() {
+    StepMeter meter(view.get());
+    QCOMPARE(player->startPlay(pairOf(pairClip("front-1080p.mp4"), pairClip("rear-720p.mp4"))), 0);
+    meter.command();
+    qInfo("started");
+    meter.watch(1200);
+    player->pause();
+    meter.command();
+    meter.watch(700);
+    player->play();
+    meter.command();
+    meter.watch(800);
+    for (double target : {1.5, 3.7, 2.2}) {
+        player->seek(target);
+        meter.command();
+        meter.watch(900);
+    }
+    // Steps back (the first one refills the caches from before the picture), then play.
+    player->pause();
+    for (int step = 0; step < 4; ++step) {
+        player->playPrevVideo();
+        meter.command();
+        meter.watch(700);
+    }
+    player->play();
+    meter.command();
+    meter.watch(800);
+    // Steps forward, then play.
+    player->pause();
+    for (int step = 0; step < 3; ++step) {
+        player->playNextVideo();
+        meter.command();
+        meter.watch(600);
+    }
+    player->play();
+    meter.command();
+    meter.watch(800);
+    qInfo("%s", qPrintable(meter.describe()));
+    QVERIFY(meter.samples > 500);
+    QVERIFY2(meter.worst <= kFrameInterval + kTimeTolerance, qPrintable(meter.describe()));
+}
+
+KV_TEST_MAIN(TestLuPlayer)
+#include "tst_luplayer.moc"
