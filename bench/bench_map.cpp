@@ -215,8 +215,9 @@ Figures measure(KvMapWidget& widget, QWebEngineView* view, int fixes, int interv
 }
 
 void report(char const* page, int fixes, int intervalMs, Figures const& f) {
-    std::printf("bench: %s page, %d fixes (one hour at one fix a second), updatePlay every %d ms\n",
-                page, fixes, intervalMs);
+    std::printf(
+        "bench: %s page, %d fixes (%d s of play at one fix a second), updatePlay every %d ms\n",
+        page, fixes, fixes, intervalMs);
     std::printf("  drawLine blocks the GUI thread  %8.1f ms   goal %4.0f ms   ratio %.2f\n",
                 f.drawLineMs, kGoalDrawLineMs, f.drawLineMs / kGoalDrawLineMs);
     std::printf("  track shown in the page         %8.1f ms   goal %4.0f ms   ratio %.2f\n",

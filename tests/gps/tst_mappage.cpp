@@ -124,6 +124,7 @@ private slots:
     void googlePageOffersOsmAndAGcj02RoadMap();
     void offlinePiecesAreThere_data();
     void offlinePiecesAreThere();
+    void chosenBaseLayerIsRemembered();
     void clickedLinkOpensInTheBrowser();
     void noScriptFromTheNetwork_data();
     void noScriptFromTheNetwork();
@@ -140,6 +141,10 @@ private slots:
 
 void TestMapPage::initTestCase() {
     QStandardPaths::setTestModeEnabled(true);
+    // The pages keep the user's choice of map layer in the web profile's storage (here the test
+    // folder): every run starts without one.
+    QDir(QStandardPaths::writableLocation(QStandardPaths::AppDataLocation) + "/QtWebEngine/map")
+        .removeRecursively();
 }
 
 void TestMapPage::pages_data() {
@@ -404,6 +409,31 @@ void TestMapPage::offlinePiecesAreThere() {
     QVERIFY(evaluate(map.view, "document.querySelectorAll('canvas.leaflet-tile').length").toInt() >
             0);
     QCOMPARE(map.state().value("pendingFit").toBool(), false);
+}
+
+void TestMapPage::chosenBaseLayerIsRemembered() {
+    auto choose = [](QWebEngineView* view, int index) {
+        evaluate(view, QString("document.querySelectorAll('.leaflet-control-layers-selector')[%1]"
+                               ".click(); true")
+                           .arg(index));
+    };
+    {
+        ShownMap map{KvMapGoogle};
+        QVERIFY(map.waitUntilLoaded());
+        QTRY_COMPARE_WITH_TIMEOUT(map.state().value("baseLayer").toString(),
+                                  QStringLiteral("OpenStreetMap"), kvtest::kPageTimeoutMs);
+        choose(map.view, 1);
+        QCOMPARE(map.state().value("baseLayer").toString(), QStringLiteral("Road map (GCJ-02)"));
+    }
+    // The next start shows the road map the user chose; choosing OpenStreetMap again sticks too.
+    ShownMap map{KvMapGoogle};
+    QVERIFY(map.waitUntilLoaded());
+    QTRY_COMPARE_WITH_TIMEOUT(map.state().value("baseLayer").toString(),
+                              QStringLiteral("Road map (GCJ-02)"), kvtest::kPageTimeoutMs);
+    choose(map.view, 0);
+    QCOMPARE(map.state().value("baseLayer").toString(), QStringLiteral("OpenStreetMap"));
+    QCOMPARE(evaluate(map.view, "window.localStorage.getItem('kvBaseLayer')").toString(),
+             QStringLiteral("OpenStreetMap"));
 }
 
 void TestMapPage::clickedLinkOpensInTheBrowser() {
