@@ -72,6 +72,21 @@ KvNmeaSentence::KvNmeaSentence(char const* begin, char const* end) {
     if (begin < end && *begin == '$') {
         ++begin;
     }
+    // The type first: loggers write far more satellite sentences than fixes, and those are
+    // not split or summed at all.
+    char const* nameEnd = static_cast<char const*>(std::memchr(begin, ',', size_t(end - begin)));
+    if (nameEnd == nullptr) {
+        return;
+    }
+    if (nameEnd - begin == 5 && endsWith(begin, nameEnd, "RMC")) {
+        _type = Rmc;
+    } else if (nameEnd - begin == 5 && endsWith(begin, nameEnd, "GGA")) {
+        _type = Gga;
+    } else if (equals(begin, nameEnd, "GSENSOR") || equals(begin, nameEnd, "GSENSORD")) {
+        _type = GSensor;
+    } else {
+        return;
+    }
     while (end > begin && isSpace(end[-1])) {
         --end;
     }
@@ -86,27 +101,23 @@ KvNmeaSentence::KvNmeaSentence(char const* begin, char const* end) {
         }
         end = star;
     }
+    _splitFields(begin, end);
+}
+
+void KvNmeaSentence::_splitFields(char const* begin, char const* end) {
     char const* field = begin;
     while (_fieldCount < kMaxFields) {
-        char const* comma = static_cast<char const*>(std::memchr(field, ',', size_t(end - field)));
-        char const* fieldEnd = comma != nullptr ? comma : end;
+        char const* fieldEnd = field;
+        while (fieldEnd < end && *fieldEnd != ',') {
+            ++fieldEnd;
+        }
         _fieldBegin[_fieldCount] = field;
         _fieldEnd[_fieldCount] = fieldEnd;
         ++_fieldCount;
-        if (comma == nullptr) {
+        if (fieldEnd == end) {
             break;
         }
-        field = comma + 1;
-    }
-    char const* name = _fieldBegin[0];
-    char const* nameEnd = _fieldEnd[0];
-    // Talker ("GP", "GN", "GL", ...) plus the type.
-    if (nameEnd - name == 5 && endsWith(name, nameEnd, "RMC")) {
-        _type = Rmc;
-    } else if (nameEnd - name == 5 && endsWith(name, nameEnd, "GGA")) {
-        _type = Gga;
-    } else if (equals(name, nameEnd, "GSENSOR") || equals(name, nameEnd, "GSENSORD")) {
-        _type = GSensor;
+        field = fieldEnd + 1;
     }
 }
 

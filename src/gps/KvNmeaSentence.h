@@ -42,6 +42,7 @@ private:
     // An RMC sentence has 12 or 13 fields, a GGA 15; anything past this is not read.
     static constexpr int kMaxFields = 20;
 
+    void _splitFields(char const* begin, char const* end);
     bool _readRmc(KvLocation* location, bool* hasTime) const;
     bool _readGga(KvLocation* location, bool* hasTime) const;
     bool _field(int index, char const** begin, char const** end) const;
