@@ -3,6 +3,7 @@
 #include "KvConfigure.h"
 #include "KvLanguage.h"
 #include "KvSlider.h"
+#include "KvSpeedGraph.h"
 #include "QMeter.h"
 
 #include <QDebug>
@@ -51,6 +52,11 @@ constexpr int kSliderRowHeight = 24;
 constexpr int kTimeLabelWidth = 64;
 constexpr double kCaptionShare = 0.45;
 constexpr int kReadOutRows = 6;
+// The panel lays its parts side by side when it is at least this many times as wide as high.
+constexpr int kWideShare = 3;
+// Side by side: the width of the captions and of the read-outs.
+constexpr int kWideCaptionWidth = 170;
+constexpr int kWideNumberWidth = 150;
 
 QColor const kNumberColor(0, 150, 214);
 
@@ -84,6 +90,11 @@ VideoInfoView::VideoInfoView(QWidget* parent) : QWidget(parent) {
     connect(timeSlider, &KvSlider::sliderMoved, this, &VideoInfoView::_onSliderMoved);
     connect(timeSlider, &KvSlider::sliderReleased, this, &VideoInfoView::_onSliderReleased);
     timeSlider->installEventFilter(this);
+    speedGraph = new KvSpeedGraph(this);
+    speedGraph->setObjectName(QStringLiteral("speedGraph"));
+    speedGraph->setSpeedUnit(speedUnit);
+    // A click on the graph seeks like a release of the slider.
+    connect(speedGraph, &KvSpeedGraph::videoTimeChanged, this, &VideoInfoView::videoTimeChanged);
     reloadLanguage();
     clear();
 }
@@ -130,6 +141,7 @@ void VideoInfoView::setLocations(QVector<KvLocation> const& locations) {
     if (&locations != &this->locations) {
         this->locations = locations;
     }
+    speedGraph->setLocations(this->locations);
     int const n = this->locations.size();
     if (n == 0) {
         maxSpeedNumber->display(QString::fromLatin1(kNoFigure));
@@ -182,6 +194,7 @@ void VideoInfoView::updateTime(double currentTime, double totalTime) {
     if (totalTime <= 0.0) {
         return; // no length to map the position onto
     }
+    speedGraph->setPosition(currentTime, totalTime);
     if (!sliderPressed) {
         timeSlider->setValue(_sliderPosition(currentTime, totalTime));
     }
@@ -219,6 +232,7 @@ void VideoInfoView::clear() {
     totalTimeLabel->setText(QString::fromLatin1(kNoTime));
     timeSlider->setValue(0);
     speedMeter->setValue(0.0);
+    speedGraph->clear();
     setLocations(QVector<KvLocation>());
 }
 
@@ -240,6 +254,7 @@ void VideoInfoView::reloadSettings() {
     speedUnit = KvConfigure().getInt(QStringLiteral("Speed"), kDefaultSpeedUnit);
     speedMeter->setUnits(QString::fromLatin1(speedUnit == kSpeedUnitMph ? "MPH" : "KM/H"));
     _setDistanceTitle(speedUnit);
+    speedGraph->setSpeedUnit(speedUnit);
     setLocations(locations);
 }
 
@@ -304,13 +319,29 @@ void VideoInfoView::resizeEvent(QResizeEvent* event) {
     QWidget::resizeEvent(event);
     int const w = width();
     int const h = height();
+    // In the window the panel is a wide band under the video: the gauge, the read-outs and the
+    // graph side by side. Narrower, the gauge and the read-outs stack and the graph is left out.
+    if (w >= kWideShare * h) {
+        _layOutWide(w, h);
+    } else {
+        _layOutColumn(w, h);
+    }
+    int const inner = std::max(0, w - 2 * kMargin);
+    int const sliderY = h - kMargin - kSliderRowHeight;
+    currentTimeLabel->setGeometry(kMargin, sliderY, kTimeLabelWidth, kSliderRowHeight);
+    totalTimeLabel->setGeometry(w - kMargin - kTimeLabelWidth, sliderY, kTimeLabelWidth,
+                                kSliderRowHeight);
+    timeSlider->setGeometry(kMargin + kTimeLabelWidth, sliderY,
+                            std::max(0, inner - 2 * kTimeLabelWidth), kSliderRowHeight);
+}
+
+void VideoInfoView::_layOutColumn(int w, int h) {
     int const inner = std::max(0, w - 2 * kMargin);
     int const readOutsHeight = kReadOutRows * kRowHeight;
     // The gauge takes the square that is left above the read-outs and the slider row.
     int const side = std::max(
         0, std::min(inner, h - 2 * kMargin - readOutsHeight - kSliderRowHeight - 2 * kSpacing));
     speedMeter->setGeometry((w - side) / 2, kMargin, side, side);
-
     QLabel* const titles[kReadOutRows] = {latitudeTitle, longitudeTitle,    speedTitle,
                                           maxSpeedTitle, averageSpeedTitle, distanceTitle};
     QLCDNumber* const numbers[kReadOutRows] = {latitudeNumber, longitudeNumber,    speedNumber,
@@ -322,11 +353,25 @@ void VideoInfoView::resizeEvent(QResizeEvent* event) {
         numbers[row]->setGeometry(kMargin + captionWidth, y, inner - captionWidth, kRowHeight);
         y += kRowHeight;
     }
+    speedGraph->setGeometry(0, 0, 0, 0);
+}
 
-    int const sliderY = h - kMargin - kSliderRowHeight;
-    currentTimeLabel->setGeometry(kMargin, sliderY, kTimeLabelWidth, kSliderRowHeight);
-    totalTimeLabel->setGeometry(w - kMargin - kTimeLabelWidth, sliderY, kTimeLabelWidth,
-                                kSliderRowHeight);
-    timeSlider->setGeometry(kMargin + kTimeLabelWidth, sliderY,
-                            std::max(0, inner - 2 * kTimeLabelWidth), kSliderRowHeight);
+void VideoInfoView::_layOutWide(int w, int h) {
+    int const top = kMargin;
+    int const bandHeight = std::max(0, h - 2 * kMargin - kSliderRowHeight - kSpacing);
+    speedMeter->setGeometry(kMargin, top, bandHeight, bandHeight);
+    QLabel* const titles[kReadOutRows] = {latitudeTitle, longitudeTitle,    speedTitle,
+                                          maxSpeedTitle, averageSpeedTitle, distanceTitle};
+    QLCDNumber* const numbers[kReadOutRows] = {latitudeNumber, longitudeNumber,    speedNumber,
+                                               maxSpeedNumber, averageSpeedNumber, distanceNumber};
+    int const rowHeight = bandHeight / kReadOutRows;
+    int const left = kMargin + bandHeight + kSpacing;
+    int const numberWidth = kWideNumberWidth;
+    for (int row = 0; row < kReadOutRows; ++row) {
+        int const y = top + row * rowHeight;
+        titles[row]->setGeometry(left, y, kWideCaptionWidth, rowHeight);
+        numbers[row]->setGeometry(left + kWideCaptionWidth, y, numberWidth, rowHeight);
+    }
+    int const graphLeft = left + kWideCaptionWidth + numberWidth + kSpacing;
+    speedGraph->setGeometry(graphLeft, top, std::max(0, w - kMargin - graphLeft), bandHeight);
 }

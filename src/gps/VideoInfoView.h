@@ -7,6 +7,7 @@
 #include <QWidget>
 
 class KvSlider;
+class KvSpeedGraph;
 class QLabel;
 class QLCDNumber;
 class QMeter;
@@ -57,6 +58,8 @@ private slots:
 
 private:
     void _createReadOuts();
+    void _layOutColumn(int w, int h);
+    void _layOutWide(int w, int h);
     QLCDNumber* _createNumber(char const* name, int digits);
     QLabel* _createTitle(char const* name);
     void _setDistanceTitle(int unit);
@@ -82,6 +85,8 @@ private:
     QLabel* currentTimeLabel = nullptr;
     QLabel* totalTimeLabel = nullptr;
     KvSlider* timeSlider = nullptr;
+    // Speed and g-force over the whole recording, with the playing position; seeks on click.
+    KvSpeedGraph* speedGraph = nullptr;
     bool sliderPressed = false; // the user holds the slider: updateTime leaves it alone
     double currentTime = 0.0;   // seconds
     double totalTime = 0.0;     // seconds
