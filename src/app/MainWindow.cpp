@@ -1,6 +1,9 @@
 #include "MainWindow.h"
 
 #include "KvAddFileDialog.h"
+#include "KvAlertDialog.h"
+#include "KvExifWriter.h"
+#include "KvFFPlayer.h"
 #include "KvFilePickerDialog.h"
 #include "KvFileUtils.h"
 #include "KvGPSReader.h"
@@ -9,6 +12,7 @@
 #include "KvMapWidget.h"
 #include "KvSettingDialog.h"
 #include "KvSlider.h"
+#include "KvTrackExporter.h"
 #include "KvVideoListWidget.h"
 #include "KvVideoView.h"
 #include "LuPlayer.h"
@@ -22,12 +26,14 @@
 #include <QDir>
 #include <QDragEnterEvent>
 #include <QDropEvent>
+#include <QFileDialog>
 #include <QFileInfo>
 #include <QGuiApplication>
 #include <QKeyEvent>
 #include <QMimeData>
 #include <QPushButton>
 #include <QScreen>
+#include <QTimer>
 #include <QUrl>
 
 namespace {
@@ -41,6 +47,8 @@ const char* const PlayStyle = "QPushButton{border-image:url(:resources/play.png)
 const char* const PauseStyle = "QPushButton{border-image:url(:resources/pause.png);}";
 const char* const VolumeOnStyle = "QPushButton{border-image:url(:resources/volume_on.png);}";
 const char* const VolumeMuteStyle = "QPushButton{border-image:url(:resources/volume_mute.png);}";
+const char* const StepBackStyle = "QPushButton{border-image:url(:resources/step_back.png);}";
+const char* const StepForwardStyle = "QPushButton{border-image:url(:resources/step_forward.png);}";
 
 // The side panel (map above, playlist below) and the band under the video (trip panel and the
 // control row) are this many pixels wide and high.
@@ -52,6 +60,13 @@ constexpr int TripPanelOffset = 280;
 constexpr int TripPanelHeight = 200;
 
 constexpr int VolumeMaximum = 100;
+
+// A backward step is repeated every this many ms while the channel refills its picture cache,
+// for at most this many times (3 s).
+constexpr int StepPollMs = 15;
+constexpr int StepPollLimit = 200;
+// Messages about exports and stills stay this long.
+constexpr int MessageShownMs = 6000;
 
 // The file picker's kinds.
 constexpr int PickedFile = 0;
@@ -81,6 +96,11 @@ MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent) {
     _fullscreenButton = new QPushButton(this);
     _exitButton = new QPushButton(this);
     _settingsButton = new QPushButton(this);
+    _stepBackButton = new QPushButton(this);
+    _stepForwardButton = new QPushButton(this);
+    _stepTimer = new QTimer(this);
+    _stepTimer->setInterval(StepPollMs);
+    connect(_stepTimer, &QTimer::timeout, this, &MainWindow::_onStepTimer);
 
     setWindowTitle(QStringLiteral("Dashcam Player"));
     setWindowIcon(QIcon(QStringLiteral(":resources/icon.png")));
@@ -99,6 +119,8 @@ MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent) {
     // Deleting clips off the card must not pull them from under a playing recording.
     connect(_videoListWidget, &KvVideoListWidget::onBeforeDeleteFiles, this,
             &MainWindow::_onBeforeDeleteFiles);
+    connect(_videoListWidget, &KvVideoListWidget::onExportTrackRequested, this,
+            &MainWindow::_onExportTrackRequested);
     _centerOnScreen();
 }
 
@@ -131,6 +153,12 @@ void MainWindow::_setupUI() {
     _volumeSlider->setValue(VolumeMaximum);
     _fullscreenButton->setText(KvLanguage::kvtr(QStringLiteral("fullscreen")));
     _exitButton->setText(KvLanguage::kvtr(QStringLiteral("exit")));
+    _stepBackButton->setStyleSheet(QLatin1String(StepBackStyle));
+    _stepForwardButton->setStyleSheet(QLatin1String(StepForwardStyle));
+    _stepBackButton->setToolTip(KvLanguage::kvtr(QStringLiteral("step_back")));
+    _stepForwardButton->setToolTip(KvLanguage::kvtr(QStringLiteral("step_forward")));
+    _stepBackButton->setEnabled(false);
+    _stepForwardButton->setEnabled(false);
     _connectSignals();
     _playButton->setEnabled(false);
 
@@ -156,6 +184,9 @@ void MainWindow::_connectSignals() {
     connect(_exitButton, &QPushButton::clicked, this, &MainWindow::_onClickExitButton);
     connect(_settingsButton, &QPushButton::clicked, this, &MainWindow::_onClickSettingsButton);
     connect(_volumeButton, &QPushButton::clicked, this, &MainWindow::_onClickVolumeButton);
+    connect(_stepBackButton, &QPushButton::clicked, this, &MainWindow::_onClickStepBackButton);
+    connect(_stepForwardButton, &QPushButton::clicked, this,
+            &MainWindow::_onClickStepForwardButton);
 }
 
 void MainWindow::_centerOnScreen() {
@@ -172,6 +203,8 @@ void MainWindow::reloadLanguage() {
     _videoInfoView->reloadLanguage();
     _fullscreenButton->setText(KvLanguage::kvtr(QStringLiteral("fullscreen")));
     _exitButton->setText(KvLanguage::kvtr(QStringLiteral("exit")));
+    _stepBackButton->setToolTip(KvLanguage::kvtr(QStringLiteral("step_back")));
+    _stepForwardButton->setToolTip(KvLanguage::kvtr(QStringLiteral("step_forward")));
 }
 
 // ---- Button looks -------------------------------------------------------------------------
@@ -238,11 +271,11 @@ void MainWindow::_doPlayVideo(const KvVideoInfo& info) {
     for (const KvVideo& video : _currentVideoInfo.videos) {
         paths.append(video.path);
     }
-    QVector<KvLocation> locations;
-    readGPSTrack(locations, paths);
-    if (!locations.isEmpty()) {
-        _videoInfoView->setLocations(locations);
-        _mapWidget->drawLine(locations);
+    _locations.clear();
+    readGPSTrack(_locations, paths);
+    if (!_locations.isEmpty()) {
+        _videoInfoView->setLocations(_locations);
+        _mapWidget->drawLine(_locations);
     }
 
     _lastShownSecond = -1;
@@ -250,7 +283,9 @@ void MainWindow::_doPlayVideo(const KvVideoInfo& info) {
     _setVolumeButtonSelected(true);
     _volumeSlider->setValue(VolumeMaximum);
 
-    if (_player->startPlay(_currentVideoInfo) < 0) {
+    const int started = _player->startPlay(_currentVideoInfo);
+    _updateStepButtons();
+    if (started < 0) {
         _setPlayButtonSelected(true);
         _playButton->setEnabled(true);
         _stopButton->setEnabled(false);
@@ -270,6 +305,7 @@ void MainWindow::_stopAndClear() {
     _playButton->setEnabled(true);
     _stopButton->setEnabled(false);
     _lastShownSecond = -1;
+    _updateStepButtons();
 }
 
 void MainWindow::_onPlayerPlaying(int code, double a, double b) {
@@ -278,6 +314,7 @@ void MainWindow::_onPlayerPlaying(int code, double a, double b) {
         _setPlayButtonSelected(false);
         _playButton->setEnabled(true);
         _stopButton->setEnabled(true);
+        _updateStepButtons();
         break;
     case StatusEnded: {
         _stopAndClear();
@@ -315,6 +352,7 @@ void MainWindow::_onVideoTimeChanged(double seconds) {
         _player->pause();
         _player->play();
     }
+    _updateStepButtons();
 }
 
 void MainWindow::_onDoubleClickVideoInfo(KvVideoInfo& info) {
@@ -425,6 +463,7 @@ void MainWindow::_togglePlayPause() {
     _setPlayButtonSelected(wasPlaying);
     _playButton->setEnabled(true);
     _stopButton->setEnabled(true);
+    _updateStepButtons();
 }
 
 void MainWindow::_onClickPlayButton(bool) {
@@ -443,6 +482,7 @@ void MainWindow::_onClickStopButton(bool) {
     _videoView->clear();
     _videoInfoView->clear();
     _mapWidget->clearMap();
+    _updateStepButtons();
     if (_currentVideoInfo.isEmpty()) {
         // Nothing to restart: the pause look with Play disabled, as at start-up.
         _setPlayButtonSelected(false);
@@ -468,20 +508,33 @@ void MainWindow::_onClickNextButton(bool) {
     }
 }
 
-bool MainWindow::_captureChannels(const QString& captureDir) {
+bool MainWindow::_captureChannels(const QString& captureDir, QStringList* written) {
     const QString pathPattern = QStringLiteral("%1/%2.jpg");
     if (_videoView->getPlayerCount() < 2) {
         const QString name =
             QDateTime::currentDateTime().toString(QStringLiteral("yyyyMMddHHmmss_zzz"));
-        return _videoView->frontView->capture(pathPattern.arg(captureDir, name));
+        const QString path = pathPattern.arg(captureDir, name);
+        const bool captured = _videoView->frontView->capture(path);
+        if (captured) {
+            written->append(path);
+        }
+        return captured;
     }
     // Each name reads the clock again, so the two may differ in their milliseconds.
     const QString front =
         QDateTime::currentDateTime().toString(QStringLiteral("yyyyMMddHHmmss_zzzF"));
     const QString rear =
         QDateTime::currentDateTime().toString(QStringLiteral("yyyyMMddHHmmss_zzzR"));
-    const bool frontCaptured = _videoView->frontView->capture(pathPattern.arg(captureDir, front));
-    const bool rearCaptured = _videoView->rearView->capture(pathPattern.arg(captureDir, rear));
+    const QString frontPath = pathPattern.arg(captureDir, front);
+    const QString rearPath = pathPattern.arg(captureDir, rear);
+    const bool frontCaptured = _videoView->frontView->capture(frontPath);
+    const bool rearCaptured = _videoView->rearView->capture(rearPath);
+    if (frontCaptured) {
+        written->append(frontPath);
+    }
+    if (rearCaptured) {
+        written->append(rearPath);
+    }
     return frontCaptured || rearCaptured;
 }
 
@@ -491,7 +544,9 @@ void MainWindow::_onClickScreenshotButton(bool) {
     }
     KvFileUtils fileUtils;
     const QString captureDir = fileUtils.getCapturePath();
-    if (_captureChannels(captureDir)) {
+    QStringList written;
+    if (_captureChannels(captureDir, &written)) {
+        _tagStills(written);
         QDesktopServices::openUrl(QUrl(QStringLiteral("file:///%1").arg(captureDir)));
     }
 }
@@ -633,10 +688,11 @@ bool MainWindow::eventFilter(QObject* watched, QEvent* event) {
 
 void MainWindow::_onResize(int w, int h) {
     const QRect hidden(0, 0, 0, 0);
-    QWidget* const others[] = {_videoInfoView, _mapWidget,     _videoListWidget,  _openButton,
-                               _playButton,    _stopButton,    _prevButton,       _nextButton,
-                               _volumeButton,  _volumeSlider,  _screenshotButton, _fullscreenButton,
-                               _exitButton,    _settingsButton};
+    QWidget* const others[] = {
+        _videoInfoView, _mapWidget,      _videoListWidget,  _openButton,
+        _playButton,    _stopButton,     _prevButton,       _nextButton,
+        _volumeButton,  _volumeSlider,   _screenshotButton, _fullscreenButton,
+        _exitButton,    _settingsButton, _stepBackButton,   _stepForwardButton};
     if (isFullScreen()) {
         _videoView->setGeometry(0, 0, w, h);
         for (QWidget* widget : others) {
@@ -660,4 +716,166 @@ void MainWindow::_onResize(int w, int h) {
     _volumeSlider->setGeometry(c + 95, h - 35, 80, 32);
     _fullscreenButton->setGeometry(hidden);
     _exitButton->setGeometry(hidden);
+    // The single-picture steps sit after the volume, as a pair.
+    _stepBackButton->setGeometry(c + 185, h - 35, 32, 32);
+    _stepForwardButton->setGeometry(c + 218, h - 35, 32, 32);
+}
+
+// ---- Incident review: single-picture steps, stills with their position, track export ------
+
+void MainWindow::_updateStepButtons() {
+    const bool paused = _player && _player->isOpenFile() && !_player->isPlaying();
+    _stepBackButton->setEnabled(paused);
+    _stepForwardButton->setEnabled(paused);
+    if (!paused) {
+        _stepTimer->stop();
+    }
+}
+
+void MainWindow::_onClickStepBackButton(bool) {
+    _stepChannels(false);
+}
+
+void MainWindow::_onClickStepForwardButton(bool) {
+    _stepChannels(true);
+}
+
+void MainWindow::_stepChannels(bool forward) {
+    if (!_player->isOpenFile() || _player->isPlaying() || _stepTimer->isActive()) {
+        return;
+    }
+    KvFFPlayer* const cores[2] = {_player->getFrontPlayer(), _player->getRearPlayer()};
+    KvVideoView* const views[2] = {_videoView->frontView, _videoView->rearView};
+    const int channels = _videoView->getPlayerCount() >= 2 ? 2 : 1;
+    for (int i = 0; i < 2; ++i) {
+        _stepWaiting[i] = false;
+        if (i >= channels || !cores[i]->isOpenFile()) {
+            continue;
+        }
+        _stepFrom[i] = views[i]->getPictureTime();
+        if (forward) {
+            cores[i]->playNextVideo();
+        } else {
+            cores[i]->playPrevVideo();
+            _stepWaiting[i] = views[i]->getPictureTime() == _stepFrom[i];
+        }
+    }
+    if (_stepWaiting[0] || _stepWaiting[1]) {
+        _stepPolls = 0;
+        _stepTimer->start();
+        return;
+    }
+    _showSteppedPosition();
+}
+
+void MainWindow::_onStepTimer() {
+    KvFFPlayer* const cores[2] = {_player->getFrontPlayer(), _player->getRearPlayer()};
+    KvVideoView* const views[2] = {_videoView->frontView, _videoView->rearView};
+    for (int i = 0; i < 2; ++i) {
+        if (!_stepWaiting[i]) {
+            continue;
+        }
+        // Returns at once while the cache refills; steps once it is ready.
+        cores[i]->playPrevVideo();
+        _stepWaiting[i] = views[i]->getPictureTime() == _stepFrom[i];
+    }
+    if ((!_stepWaiting[0] && !_stepWaiting[1]) || ++_stepPolls >= StepPollLimit) {
+        _stepTimer->stop();
+        _showSteppedPosition();
+    }
+}
+
+void MainWindow::_showSteppedPosition() {
+    // A step is the user's own request: the panel and the map follow even within one second.
+    const double position = _videoView->frontView->getPictureTime();
+    const double duration = _player->getFrontPlayer()->duration();
+    if (position < 0.0) {
+        return;
+    }
+    _lastShownSecond = static_cast<int32_t>(position);
+    _videoInfoView->updateTime(position, duration);
+    _mapWidget->updatePlay(position, duration);
+}
+
+const KvLocation* MainWindow::_fixAt(double seconds, double duration) const {
+    // The same proportional mapping the trip panel and the map use.
+    const int count = _locations.size();
+    if (count == 0 || !(duration > 0.0) || !(seconds >= 0.0)) {
+        return nullptr;
+    }
+    const int index = std::min(count - 1, static_cast<int>(count * seconds / duration));
+    return &_locations.at(index);
+}
+
+void MainWindow::_tagStills(const QStringList& paths) {
+    const KvLocation* fix =
+        _fixAt(_videoView->frontView->getPictureTime(), _player->getFrontPlayer()->duration());
+    if (fix == nullptr) {
+        return;
+    }
+    for (const QString& path : paths) {
+        // A still whose fix cannot be placed keeps no GPS tags; the picture itself is written.
+        KvExifWriter::writeGpsTags(path, *fix);
+    }
+}
+
+void MainWindow::_showMessage(const QString& text) {
+    if (_messageAlert) {
+        _messageAlert->close();
+    }
+    auto* alert = new KvAlertDialog(this);
+    connect(alert, &QDialog::finished, alert, &QObject::deleteLater);
+    alert->setContentText(text);
+    alert->dismissAfter(MessageShownMs);
+    alert->show();
+    _messageAlert = alert;
+}
+
+QString MainWindow::_exportTracks(const QList<KvVideoInfo>& entries, const QString& path,
+                                  const QString& selectedFilter, bool* written) {
+    QVector<QVector<KvLocation>> tracks;
+    for (const KvVideoInfo& entry : entries) {
+        QStringList clips;
+        for (const KvVideo& video : entry.videos) {
+            clips.append(video.path);
+        }
+        QVector<KvLocation> track;
+        if (readGPSTrack(track, clips)) {
+            tracks.append(track);
+        }
+    }
+    const QVector<KvLocation> merged = KvTrackExporter::mergeTracks(tracks);
+    if (written) {
+        *written = false;
+    }
+    if (merged.isEmpty()) {
+        return KvLanguage::kvtr(QStringLiteral("export_no_track"));
+    }
+    QString error;
+    const QString name = entries.size() == 1 ? entries.first().name : QFileInfo(path).baseName();
+    if (!KvTrackExporter::exportTrack(
+            merged, path, KvTrackExporter::formatFor(path, selectedFilter), name, &error)) {
+        return KvLanguage::kvtr(QStringLiteral("export_failed")).arg(error);
+    }
+    if (written) {
+        *written = true;
+    }
+    return KvLanguage::kvtr(QStringLiteral("export_done"))
+        .arg(merged.size())
+        .arg(QDir::toNativeSeparators(path));
+}
+
+void MainWindow::_onExportTrackRequested(const QList<KvVideoInfo>& entries) {
+    const QString suggested =
+        QDir::home().filePath(QFileInfo(entries.first().name).completeBaseName() + ".gpx");
+    QString filter;
+    releaseKeyboard();
+    const QString path =
+        QFileDialog::getSaveFileName(this, KvLanguage::kvtr(QStringLiteral("export_gps_track")),
+                                     suggested, KvTrackExporter::fileFilters(), &filter);
+    grabKeyboard();
+    if (path.isEmpty()) {
+        return;
+    }
+    _showMessage(_exportTracks(entries, path, filter));
 }

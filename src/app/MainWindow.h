@@ -1,5 +1,6 @@
 #pragma once
 
+#include "KvAlertDialog.h"
 #include "KvConfigure.h"
 #include "KvLocation.h"
 #include "KvSettingDelegate.h"
@@ -7,6 +8,7 @@
 
 #include <QList>
 #include <QMainWindow>
+#include <QPointer>
 #include <QStringList>
 #include <QVector>
 
@@ -17,6 +19,7 @@ class QDialog;
 class LuPlayer;
 class LuVideoView;
 class QPushButton;
+class QTimer;
 class VideoInfoView;
 
 // The application's single top-level window and its controller. It owns the two-channel video
@@ -63,6 +66,17 @@ public:
     QPushButton* fullscreenButton() const { return _fullscreenButton; }
     QPushButton* exitButton() const { return _exitButton; }
     QPushButton* settingsButton() const { return _settingsButton; }
+    QPushButton* stepBackButton() const { return _stepBackButton; }
+    QPushButton* stepForwardButton() const { return _stepForwardButton; }
+    // The message of the last track export or still image, for tests.
+    KvAlertDialog* messageAlert() const { return _messageAlert.data(); }
+    // The track of the current recording, as read when it started.
+    const QVector<KvLocation>& currentTrack() const { return _locations; }
+
+    // Writes the entries' tracks, merged in time order, to path in the format its extension or
+    // filter names. Returns the line shown to the user; *written tells whether a file was made.
+    QString _exportTracks(const QList<KvVideoInfo>& entries, const QString& path,
+                          const QString& selectedFilter, bool* written = nullptr);
 
     void _setPlayButtonSelected(bool selected);
     void _setVolumeButtonSelected(bool selected);
@@ -98,6 +112,10 @@ private slots:
     void _onClickVolumeButton(bool checked);
     void _onVolumeSliderValueChanged(int value);
     void _onBeforeDeleteFiles(const QList<KvVideoInfo>& entries);
+    void _onExportTrackRequested(const QList<KvVideoInfo>& entries);
+    void _onClickStepBackButton(bool checked);
+    void _onClickStepForwardButton(bool checked);
+    void _onStepTimer();
 
 protected:
     void resizeEvent(QResizeEvent* event) override;
@@ -118,8 +136,14 @@ private:
     void _leaveFullscreen();
     void _openPickedPath(int type, const QString& path);
     void _scanFolder(const QString& path);
-    bool _captureChannels(const QString& captureDir);
+    bool _captureChannels(const QString& captureDir, QStringList* written);
     int _execModal(QDialog& dialog);
+    void _updateStepButtons();
+    void _stepChannels(bool forward);
+    void _showSteppedPosition();
+    const KvLocation* _fixAt(double seconds, double duration) const;
+    void _tagStills(const QStringList& paths);
+    void _showMessage(const QString& text);
 
     // Children, created in this order with the window as their parent.
     LuVideoView* _videoView = nullptr;
@@ -137,10 +161,22 @@ private:
     QPushButton* _fullscreenButton = nullptr;
     QPushButton* _exitButton = nullptr;
     QPushButton* _settingsButton = nullptr;
+    // Single-picture steps of both channels, enabled while a recording is paused.
+    QPushButton* _stepBackButton = nullptr;
+    QPushButton* _stepForwardButton = nullptr;
     // No Qt parent: stopped and deleted by the destructor before the views it paints into.
     LuPlayer* _player = nullptr;
     // The recording being (or last) played; kept after stop so Play restarts it.
     KvVideoInfo _currentVideoInfo;
     // Whole second of the last position passed to the trip panel and the map; -1 = none.
     int32_t _lastShownSecond = -1;
+    // The current recording's track, for still images' EXIF tags.
+    QVector<KvLocation> _locations;
+    // A backward step first refills the channel's picture cache from the key frame before it;
+    // this timer repeats the step on each channel until its picture has gone back.
+    QTimer* _stepTimer = nullptr;
+    double _stepFrom[2] = {-1.0, -1.0};
+    bool _stepWaiting[2] = {false, false};
+    int _stepPolls = 0;
+    QPointer<KvAlertDialog> _messageAlert;
 };

@@ -46,7 +46,8 @@ KvVideoListWidget::KvVideoListWidget(QWidget* parent)
       _removeInvalidFilesAction(new QAction(KvLanguage::kvtr("remove_invalid_files"), this)),
       _clearPlaylistAction(new QAction(KvLanguage::kvtr("clear_playlist"), this)),
       _copyToFolderAction(new QAction(KvLanguage::kvtr("copy_to_folder"), this)),
-      _deleteFilesAction(new QAction(KvLanguage::kvtr("delete_files"), this)) {
+      _deleteFilesAction(new QAction(KvLanguage::kvtr("delete_files"), this)),
+      _exportTrackAction(new QAction(KvLanguage::kvtr("export_gps_track"), this)) {
     // Several recordings can be selected with Ctrl or Shift to copy or delete them at once.
     _list->setSelectionMode(QAbstractItemView::ExtendedSelection);
     _list->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
@@ -249,6 +250,7 @@ void KvVideoListWidget::reloadLanguage() {
     _clearPlaylistAction->setText(KvLanguage::kvtr("clear_playlist"));
     _copyToFolderAction->setText(KvLanguage::kvtr("copy_to_folder"));
     _deleteFilesAction->setText(KvLanguage::kvtr("delete_files"));
+    _exportTrackAction->setText(KvLanguage::kvtr("export_gps_track"));
 }
 
 void KvVideoListWidget::setCurrentItem(const QString& path) {
@@ -335,6 +337,7 @@ void KvVideoListWidget::_buildPopMenu(QListWidgetItem* item) {
     if (item) {
         _popMenu->addAction(_copyToFolderAction);
         _popMenu->addAction(_deleteFilesAction);
+        _popMenu->addAction(_exportTrackAction);
     }
     _contextItem = item;
     connect(_popMenu, &QMenu::triggered, this, &KvVideoListWidget::onPopMenuTriggered);
@@ -353,6 +356,12 @@ void KvVideoListWidget::onPopMenuTriggered(QAction* action) {
         _copyContextEntries();
     } else if (action == _deleteFilesAction) {
         _deleteContextEntries();
+    } else if (action == _exportTrackAction) {
+        // Reading tracks and choosing a file is the window's business; the list only says which.
+        const QList<KvVideoInfo> entries = _contextEntries();
+        if (!entries.isEmpty()) {
+            emit onExportTrackRequested(entries);
+        }
     }
 }
 

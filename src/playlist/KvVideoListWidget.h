@@ -73,6 +73,7 @@ public:
     QAction* removeInvalidFilesAction() const { return _removeInvalidFilesAction; }
     QAction* clearPlaylistAction() const { return _clearPlaylistAction; }
     QAction* copyToFolderAction() const { return _copyToFolderAction; }
+    QAction* exportTrackAction() const { return _exportTrackAction; }
     QAction* deleteFilesAction() const { return _deleteFilesAction; }
     // The alert that shows the last batch's summary while it is up, or null.
     KvAlertDialog* summaryAlert() const;
@@ -88,6 +89,8 @@ signals:
     void onBeforeDeleteFiles(const QList<KvVideoInfo>& entries);
     // A copy or delete batch ended; summary is the line shown to the user.
     void onFileBatchFinished(const QString& summary);
+    // The user asked to export these entries' GPS tracks (the context row, or the selection).
+    void onExportTrackRequested(const QList<KvVideoInfo>& entries);
 
 public slots:
     void onDoubleClickListWidgetItem(const QModelIndex& index);
@@ -131,5 +134,6 @@ private:
     QAction* _clearPlaylistAction;
     QAction* _copyToFolderAction;
     QAction* _deleteFilesAction;
+    QAction* _exportTrackAction;
     QPointer<KvAlertDialog> _summaryAlert; // child; deletes itself when it closes
 };
