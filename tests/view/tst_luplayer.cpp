@@ -78,6 +78,9 @@ void TestLuPlayer::pairPlaysInBothChannels() {
     QCOMPARE(player->getVideoView(), view.get());
     QCOMPARE(player->getFrontPlayer()->getVideoView(), view->frontView);
     QCOMPARE(player->getRearPlayer()->getVideoView(), view->rearView);
+    player->setVideoView(nullptr);
+    QVERIFY(player->getFrontPlayer()->getVideoView() == nullptr);
+    player->setVideoView(view.get());
     QCOMPARE(player->startPlay(pairOf(pairClip("front-1080p.mp4"), pairClip("rear-720p.mp4"))), 0);
     QCOMPARE(view->getPlayerCount(), 2);
     QVERIFY(player->isOpenFile());
