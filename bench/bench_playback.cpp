@@ -248,15 +248,27 @@ bool inStep(const Result& result) {
     return result.worstApart <= kFrameInterval + kTimeTolerance;
 }
 
-// Straight play and the scripted sequence, with or without views; true when the goals hold.
-bool runMode(const QString& front, const QString& rear, bool withViews, double ffmpegCpu) {
-    const Result straight = play(front, rear, withViews, false, true);
-    report(withViews ? "with views, straight" : "no views, straight", straight, ffmpegCpu);
-    const Result scripted = play(front, rear, withViews, true, true);
-    report(withViews ? "with views, sequence" : "no views, sequence", scripted, ffmpegCpu);
-    std::printf("peak memory so far (max RSS): %.1f MiB\n", peakMemoryKb() / 1024.0);
-    return straight.late == 0 && straight.cpu <= kGoalCpuRatio * ffmpegCpu && inStep(straight) &&
-           inStep(scripted);
+struct ModeResults {
+    Result straight;
+    Result scripted;
+};
+
+// Straight play and the scripted sequence, with or without views.
+ModeResults runMode(const QString& front, const QString& rear, bool withViews) {
+    ModeResults results;
+    results.straight = play(front, rear, withViews, false, true);
+    results.scripted = play(front, rear, withViews, true, true);
+    return results;
+}
+
+void reportMode(const ModeResults& results, bool withViews, double ffmpegCpu) {
+    report(withViews ? "with views, straight" : "no views, straight", results.straight, ffmpegCpu);
+    report(withViews ? "with views, sequence" : "no views, sequence", results.scripted, ffmpegCpu);
+}
+
+bool goalsMet(const ModeResults& results, double ffmpegCpu) {
+    return results.straight.late == 0 && results.straight.cpu <= kGoalCpuRatio * ffmpegCpu &&
+           inStep(results.straight) && inStep(results.scripted);
 }
 
 } // namespace
@@ -283,21 +295,24 @@ int main(int argc, char** argv) {
     double ffmpegCpu = ffmpegBefore;
     int status = 0;
     if (mode == "noview" || mode == "both") {
-        const bool met = runMode(front, rear, false, ffmpegCpu);
+        const ModeResults results = runMode(front, rear, false);
         // For comparison: the same sequence with each core pacing by its own clock.
         const Result alone = play(front, rear, false, true, false);
-        report("no views, own clocks", alone, ffmpegCpu);
         const double ffmpegAfter = ffmpegDecodeCpu(front) + ffmpegDecodeCpu(rear);
-        std::printf("ffmpeg -threads 1 decode of both clips' video, again: %.2f CPU s (ratios "
-                    "above use %.2f)\n",
-                    ffmpegAfter, ffmpegCpu);
+        std::printf("ffmpeg -threads 1 decode of both clips' video, again: %.2f CPU s\n",
+                    ffmpegAfter);
+        ffmpegCpu = std::min(ffmpegBefore, ffmpegAfter);
+        reportMode(results, false, ffmpegCpu);
+        report("no views, own clocks", alone, ffmpegCpu);
+        const bool met = goalsMet(results, ffmpegCpu);
         std::printf("goals without views (no late picture, CPU ratio <= %.1f, front/rear within "
                     "one frame interval): %s\n",
                     kGoalCpuRatio, met ? "met" : "NOT met");
+        std::printf("peak memory without views (max RSS): %.1f MiB\n", peakMemoryKb() / 1024.0);
         status = met ? 0 : 1;
     }
     if (mode == "view" || mode == "both") {
-        runMode(front, rear, true, ffmpegCpu);
+        reportMode(runMode(front, rear, true), true, ffmpegCpu);
     }
     std::printf("peak memory (max RSS): %.1f MiB\n", peakMemoryKb() / 1024.0);
     return status;
