@@ -403,9 +403,10 @@ void KvFFPlayer::play() {
 }
 
 void KvFFPlayer::_stopPresentation() {
+    // A leader that pauses still counts as presenting: its follower, paused a moment later,
+    // must not run past the leader's last picture meanwhile.
     KvFFPlayerThread::stopAndDelete(videoThread);
     videoThread = nullptr;
-    _setPresenting(false);
     KvFFPlayerThread::stopAndDelete(audioThread);
     audioThread = nullptr;
 }
@@ -438,6 +439,7 @@ void KvFFPlayer::stop() {
     KvFFPlayerThread::stopAndDelete(decodeThread);
     decodeThread = nullptr;
     _decoding.store(false);
+    _setPresenting(false);
     if (audioPlayer != nullptr) {
         audioPlayer->stop();
         delete audioPlayer;
@@ -678,14 +680,16 @@ bool KvFFPlayer::_endedEarly() const {
 }
 
 void KvFFPlayer::_renderVideo(KvYUV420P* picture) {
-    videoTime.store(picture->time);
-    if (KvSharedClock* clock = _sharedClock.load(); clock != nullptr && _leadsClock.load()) {
-        clock->shown(picture->time);
-    }
+    const double time = picture->time;
+    videoTime.store(time);
     if (KvVideoSink* view = videoView.load()) {
-        view->updateYUV420Async(picture);
+        view->updateYUV420Async(picture); // may wait while the view paints its last picture
     } else {
         KvYUVDataFree(picture);
+    }
+    // Only now is the picture on its way to the screen: a follower must not count on it before.
+    if (KvSharedClock* clock = _sharedClock.load(); clock != nullptr && _leadsClock.load()) {
+        clock->shown(time);
     }
     _callback(kCodeShown);
 }
@@ -779,8 +783,8 @@ void KvFFPlayer::_doPlayVideo() {
         frameCount.compare_exchange_strong(expected, count + 1);
     }
     _returnPicture(held, heldSeeks);
-    _setPresenting(false);
     if (ranDry) {
+        _setPresenting(false); // the follower plays on alone
         _callback(readError.load() == AVERROR_EOF ? kCodeEndOfFile : kCodeRanDry);
     }
 }

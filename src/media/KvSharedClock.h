@@ -21,8 +21,9 @@ public:
     unsigned serial() const;
     // Leader's video thread: the picture of mediaTime seconds was shown at wallUs (av_gettime).
     void anchor(unsigned serial, int64_t wallUs, double mediaTime);
-    // Whether the leader presents pictures (its video thread runs with a picture queue); while it
-    // does, a follower without an anchor waits for one.
+    // Whether the leader presents pictures: from its play() (with a picture queue) until it runs
+    // out of pictures or stops decoding; a pause does not end it. While it presents, a follower
+    // waits for its anchor and does not run ahead of its last picture.
     void setLeaderPresenting(bool presenting);
     bool isLeaderPresenting() const;
     // When the picture of mediaTime seconds is due by the leader's clock; false while there is no

@@ -30,10 +30,9 @@ LuPlayer::~LuPlayer() {
 
 void LuPlayer::setVideoView(LuVideoView* newView) {
     view = newView;
-    if (view != nullptr) {
-        front->setVideoView(view->frontView);
-        rear->setVideoView(view->rearView);
-    }
+    // Without a view the cores drop their pictures rather than keep a view that may go away.
+    front->setVideoView(view != nullptr ? view->frontView : nullptr);
+    rear->setVideoView(view != nullptr ? view->rearView : nullptr);
 }
 
 void LuPlayer::setCallback(void* context, void (*callback)(void*, int, double, double)) {

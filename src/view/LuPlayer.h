@@ -20,7 +20,8 @@ public:
     // Stops and destroys the rear core, then the front core.
     ~LuPlayer() override;
 
-    // Gives the view's front channel to the front core and its rear channel to the rear core.
+    // Gives the view's front channel to the front core and its rear channel to the rear core
+    // (null: the cores show nothing).
     void setVideoView(LuVideoView* view);
     LuVideoView* getVideoView() const { return view; }
     // Progress and the end of a recording are reported by the front core alone.

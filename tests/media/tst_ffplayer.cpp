@@ -29,6 +29,8 @@ private slots:
     void endOfFileIsReportedOnce();
     void seekLandsWithinAGopBeforeTheTarget();
     void seekWhilePlayingJumps();
+    void seekLandsOnTheTargetPicture();
+    void stepBackAcrossALongGop();
     void seekBeyondTheEndChangesNothing();
     void pauseStopsAndPlayResumes();
     void stepForwardShowsTheNextPicture();
@@ -149,6 +151,65 @@ void TestFFPlayer::seekWhilePlayingJumps() {
     for (size_t i = jump + 1; i < pictures.size(); ++i) {
         QVERIFY(pictures[i].time > pictures[i - 1].time);
     }
+}
+
+void TestFFPlayer::seekLandsOnTheTargetPicture() {
+    // B-frames and a key frame every second: 6.3 s lies between 6.28 and 6.32.
+    TestPlayer player;
+    RecordingSink sink;
+    player.setVideoView(&sink);
+    QVERIFY(player.startPlay(playbackClip("long-10s.mp4").constData()) >= 0);
+    QTRY_VERIFY(sink.count() >= 5);
+    player.pause();
+    player.seek(6.3);
+    QTRY_VERIFY(!player.seekPending());
+    QTRY_VERIFY(player.queuedPictures() > 0);
+    sink.reset();
+    player.play();
+    QTRY_VERIFY(sink.count() >= 3);
+    // Played from the picture showing at the target, not from the key frame at 6.0.
+    QVERIFY2(std::fabs(sink.snapshot()[0].time - 6.28) < 0.001,
+             qPrintable(QString::number(sink.snapshot()[0].time)));
+    // The same while playing.
+    player.seek(2.5);
+    QTRY_VERIFY(player.videoClock() < 3.0 && sink.count() > 0 && sink.snapshot().back().time < 3.0);
+    const auto pictures = sink.snapshot();
+    double first = -1;
+    for (const ShownPicture& picture : pictures) {
+        if (picture.time < 3.0) {
+            first = picture.time;
+            break;
+        }
+    }
+    player.stopPlay();
+    QVERIFY2(std::fabs(first - 2.48) < 0.001, qPrintable(QString::number(first)));
+}
+
+void TestFFPlayer::stepBackAcrossALongGop() {
+    // A 1080p30 clip with a key frame every 30 pictures: a step back from 3.2 s seeks to 2.7 s and
+    // decodes from the key frame at 2.0 s; the cache must still hold the picture at 3.2 s.
+    TestPlayer player;
+    RecordingSink sink;
+    player.setVideoView(&sink);
+    player.disableAudio(true);
+    QVERIFY(player.startPlay(mediaClip("pair/front-1080p.mp4").constData()) >= 0);
+    QTRY_VERIFY(sink.count() >= 3);
+    player.pause();
+    player.seek(3.2);
+    QTRY_VERIFY(!player.seekPending());
+    QTRY_VERIFY(player.queuedPictures() > player.cacheSize());
+    player.playNextVideo();
+    QVERIFY(std::fabs(sink.snapshot().back().time - 3.2) < 0.001);
+    player.playPrevVideo();
+    QCOMPARE(player.requestedSeek(), 2.7);
+    QTRY_VERIFY(!player.seekPending());
+    QTRY_VERIFY_WITH_TIMEOUT(player.queuedPictures() > player.cacheSize(), 10000);
+    player.playPrevVideo();
+    QVERIFY2(std::fabs(sink.snapshot().back().time - 3.2) < 0.001,
+             qPrintable(QString::number(sink.snapshot().back().time)));
+    player.playPrevVideo();
+    QVERIFY(std::fabs(sink.snapshot().back().time - (3.2 - 1.0 / 30)) < 0.001);
+    player.stopPlay();
 }
 
 void TestFFPlayer::seekBeyondTheEndChangesNothing() {
@@ -461,7 +522,8 @@ void TestFFPlayer::fractionalVolumesWriteCleanly() {
     player.stopPlay();
     qInstallMessageHandler(g_previousHandler);
     QCOMPARE(recorder.count(1), 1);
-    QVERIFY2(played > 2000000, qPrintable(QString::number(played)));
+    // Most of the 3 s reached the device (its start-up and its buffer at the end are not counted).
+    QVERIFY2(played > 1500000, qPrintable(QString::number(played)));
     QCOMPARE(g_audioWarnings.loadRelaxed(), 0);
 }
 

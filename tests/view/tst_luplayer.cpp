@@ -18,7 +18,14 @@ using namespace kvtest;
 
 namespace {
 
-constexpr int kPlayTimeoutMs = 15000;
+// The channels show pictures at most one interval apart. Under a sanitizer our code runs several
+// times slower (every copy of a picture is checked), the 1080p channel lands its seeks late and
+// the bound is loosened; those runs are there to find races and memory errors.
+#if defined(__SANITIZE_THREAD__) || defined(__SANITIZE_ADDRESS__)
+constexpr double kInStepBound = 3 * kFrameInterval;
+#else
+constexpr double kInStepBound = kFrameInterval;
+#endif
 
 bool haveDevice() {
     return !QAudioDeviceInfo::defaultOutputDevice().isNull();
@@ -78,6 +85,9 @@ void TestLuPlayer::pairPlaysInBothChannels() {
     QCOMPARE(player->getVideoView(), view.get());
     QCOMPARE(player->getFrontPlayer()->getVideoView(), view->frontView);
     QCOMPARE(player->getRearPlayer()->getVideoView(), view->rearView);
+    player->setVideoView(nullptr);
+    QVERIFY(player->getFrontPlayer()->getVideoView() == nullptr);
+    player->setVideoView(view.get());
     QCOMPARE(player->startPlay(pairOf(pairClip("front-1080p.mp4"), pairClip("rear-720p.mp4"))), 0);
     QCOMPARE(view->getPlayerCount(), 2);
     QVERIFY(player->isOpenFile());
@@ -241,7 +251,7 @@ void TestLuPlayer::channelsStayInStep() {
     meter.watch(800);
     qInfo("%s", qPrintable(meter.describe()));
     QVERIFY(meter.samples > 500);
-    QVERIFY2(meter.worst <= kFrameInterval + kTimeTolerance, qPrintable(meter.describe()));
+    QVERIFY2(meter.worst <= kInStepBound + kTimeTolerance, qPrintable(meter.describe()));
 }
 
 KV_TEST_MAIN(TestLuPlayer)
