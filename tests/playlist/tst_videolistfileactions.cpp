@@ -161,12 +161,14 @@ void TestVideoListFileActions::menuOffersCopyAndDeleteAfterTheFour() {
     QCOMPARE(onRow,
              (QList<QAction*>{widget.openInExploreAction(), widget.removeAction(),
                               widget.removeInvalidFilesAction(), widget.clearPlaylistAction(),
-                              widget.copyToFolderAction(), widget.deleteFilesAction()}));
+                              widget.copyToFolderAction(), widget.deleteFilesAction(),
+                              widget.exportTrackAction()}));
     // Without a row there is nothing to copy or delete.
     QCOMPARE(onEmpty,
              (QList<QAction*>{widget.removeInvalidFilesAction(), widget.clearPlaylistAction()}));
     QCOMPARE(widget.copyToFolderAction()->text(), QString::fromUtf8("Copy to folder…"));
     QCOMPARE(widget.deleteFilesAction()->text(), QString::fromUtf8("Delete files…"));
+    QCOMPARE(widget.exportTrackAction()->text(), QString::fromUtf8("Export GPS track…"));
 }
 
 void TestVideoListFileActions::copySelectedEntriesToAFolder() {
