@@ -150,6 +150,8 @@ void LuVideoView::mouseReleaseEvent(QMouseEvent* event) {
 void LuVideoView::startClickTimer() {
     clickTimer = new QTimer();
     clickTimer->setSingleShot(true);
+    // A coarse timer may fire up to 5 % early; the click waits the whole interval.
+    clickTimer->setTimerType(Qt::PreciseTimer);
     connect(clickTimer, &QTimer::timeout, this, &LuVideoView::onClickTimerTimeOut);
     clickTimer->start(kDoubleClickMs);
 }

@@ -18,13 +18,14 @@ using namespace kvtest;
 
 namespace {
 
-// The channels show pictures at most one interval apart. Under a sanitizer our code runs several
-// times slower (every copy of a picture is checked), the 1080p channel lands its seeks late and
-// the bound is loosened; those runs are there to find races and memory errors.
-#if defined(__SANITIZE_THREAD__) || defined(__SANITIZE_ADDRESS__)
-constexpr double kInStepBound = 3 * kFrameInterval;
-#else
+// The channels show pictures at most one interval apart. Under ThreadSanitizer our code runs
+// several times slower (every copy of a picture is checked) and the channels cannot keep real
+// time; that run drives the same sequence to find races, and only reports the difference.
 constexpr double kInStepBound = kFrameInterval;
+#if defined(__SANITIZE_THREAD__)
+constexpr bool kTimingAsserted = false;
+#else
+constexpr bool kTimingAsserted = true;
 #endif
 
 bool haveDevice() {
@@ -251,6 +252,10 @@ void TestLuPlayer::channelsStayInStep() {
     meter.watch(800);
     qInfo("%s", qPrintable(meter.describe()));
     QVERIFY(meter.samples > 500);
+    if (!kTimingAsserted) {
+        qWarning("not asserted under ThreadSanitizer: %s", qPrintable(meter.describe()));
+        return;
+    }
     QVERIFY2(meter.worst <= kInStepBound + kTimeTolerance, qPrintable(meter.describe()));
 }
 
