@@ -29,9 +29,16 @@ void waitMs(int ms) {
         QApplication::processEvents(QEventLoop::AllEvents, 10);
     }
 }
+// The player's debug lines (one per picture and more) would bury the figures.
+void dropDebugLines(QtMsgType type, const QMessageLogContext&, const QString& message) {
+    if (type != QtDebugMsg) {
+        std::fprintf(stderr, "%s\n", qPrintable(message));
+    }
+}
 } // namespace
 
 int main(int argc, char** argv) {
+    qInstallMessageHandler(dropDebugLines);
     QCoreApplication::setAttribute(Qt::AA_ShareOpenGLContexts);
     QApplication app(argc, argv);
     std::setlocale(LC_NUMERIC, "C");
