@@ -6,6 +6,8 @@
 //   kv_bench_copy <source folder> <destination folder>
 #include "KvCopyFileDialog.h"
 
+#include "KvLogCategories.h"
+
 #include <QApplication>
 #include <QDir>
 #include <QDirIterator>
@@ -21,12 +23,6 @@ namespace {
 // The GUI probe: a timer that should fire every 10 ms; its lateness is how long the GUI thread
 // could not run.
 constexpr int ProbeIntervalMs = 10;
-
-void quietMessages(QtMsgType type, const QMessageLogContext&, const QString& message) {
-    if (type != QtDebugMsg) {
-        fprintf(stderr, "%s\n", qPrintable(message));
-    }
-}
 
 // Counts the paint events a widget receives.
 class PaintCounter : public QObject {
@@ -50,7 +46,8 @@ int main(int argc, char* argv[]) {
         fprintf(stderr, "usage: %s <source folder> <destination folder>\n", argv[0]);
         return 2;
     }
-    qInstallMessageHandler(quietMessages);
+    // The player's debug lines (one per picture and more) would bury the figures.
+    QLoggingCategory::setFilterRules(QLatin1String(KvQuietDebugRules));
     const QDir source(QString::fromLocal8Bit(argv[1]));
     const QDir destination(QString::fromLocal8Bit(argv[2]));
     QVector<QString> src, dst;

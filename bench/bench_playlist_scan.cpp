@@ -10,25 +10,22 @@
 #include "KvVideoItemWidget.h"
 #include "KvVideoListWidget.h"
 
+#include "KvLogCategories.h"
+
 #include <QApplication>
 #include <QDir>
 #include <QElapsedTimer>
 #include <QStandardPaths>
 #include <QTimer>
 
-#include <cstdio>
 #include <clocale>
+#include <cstdio>
 
 namespace {
 // The GUI probe: a timer that should fire every 10 ms; its lateness is how long the GUI thread
 // could not run.
 constexpr int ProbeIntervalMs = 10;
 
-void quietMessages(QtMsgType type, const QMessageLogContext&, const QString& message) {
-    if (type != QtDebugMsg) {
-        fprintf(stderr, "%s\n", qPrintable(message));
-    }
-}
 } // namespace
 
 int main(int argc, char* argv[]) {
@@ -39,7 +36,8 @@ int main(int argc, char* argv[]) {
         fprintf(stderr, "usage: %s <card folder>\n", argv[0]);
         return 2;
     }
-    qInstallMessageHandler(quietMessages);
+    // The player's debug lines (one per picture and more) would bury the figures.
+    QLoggingCategory::setFilterRules(QLatin1String(KvQuietDebugRules));
     // The benchmark's playlist and thumbnails live in the test locations, not the user's.
     QStandardPaths::setTestModeEnabled(true);
     QCoreApplication::setOrganizationName("dashcam-player-bench");
@@ -52,9 +50,8 @@ int main(int argc, char* argv[]) {
     widget.show();
     KvListWidget* list = widget.listWidget();
     int updated = 0;
-    QObject::connect(list, &KvListWidget::onItemUpdated, [&updated](KvVideoItemWidget*) {
-        ++updated;
-    });
+    QObject::connect(list, &KvListWidget::onItemUpdated,
+                     [&updated](KvVideoItemWidget*) { ++updated; });
 
     QElapsedTimer clock;
     clock.start();

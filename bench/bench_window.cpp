@@ -20,6 +20,8 @@
 #include "LuVideoView.h"
 #include "MainWindow.h"
 
+#include "KvLogCategories.h"
+
 #include <QApplication>
 #include <QDir>
 #include <QElapsedTimer>
@@ -97,16 +99,11 @@ void watch(KvVideoView* view, ChannelWatch* channel, const QElapsedTimer* clock)
     });
 }
 
-// The player's debug lines (one per picture and more) would bury the figures.
-void dropDebugLines(QtMsgType type, const QMessageLogContext&, const QString& message) {
-    if (type != QtDebugMsg) {
-        std::fprintf(stderr, "%s\n", qPrintable(message));
-    }
-}
 } // namespace
 
 int main(int argc, char** argv) {
-    qInstallMessageHandler(dropDebugLines);
+    // The player's debug lines (one per picture and more) would bury the figures.
+    QLoggingCategory::setFilterRules(QLatin1String(KvQuietDebugRules));
     QCoreApplication::setAttribute(Qt::AA_ShareOpenGLContexts);
     QApplication app(argc, argv);
     std::setlocale(LC_NUMERIC, "C");

@@ -3,6 +3,7 @@
 #include "KvConfigure.h"
 #include "KvLanguage.h"
 #include "KvSettingDelegate.h"
+#include "KvSettingsKeys.h"
 #include "KvVersion.h"
 
 #include <QButtonGroup>
@@ -29,13 +30,7 @@ const char* const LanguageNames[] = {"english", "chinese", "french",     "german
 // The radio buttons' ids in their groups: the first button of each pair is 0.
 constexpr int FirstId = 0;
 constexpr int SecondId = 1;
-// Stored values and the dialog's read-back fallbacks, which differ from the first-start values
-// on purpose.
-constexpr int DefaultMap = KvMapGoogle;
-constexpr int DefaultSpeed = 0;
-constexpr int SpeedMph = 1;
-constexpr int SpeedKmh = 0;
-constexpr int DefaultCorrection = 0;
+// The stored values of the correction switch.
 constexpr int CorrectionOn = 1;
 constexpr int CorrectionOff = 0;
 } // namespace
@@ -116,21 +111,23 @@ void KvSettingDialog::loadConfigures() {
     delete _settings;
     _settings = new KvConfigure();
     const QString language =
-        _settings->getString(QStringLiteral("Language"), QStringLiteral("english"));
+        _settings->getString(KvSettingsKeys::Language, KvSettingsKeys::FallbackLanguage);
     // A stored name that is not offered shows as English; the stored value stays.
     const int index = std::max(0, _languageNames.indexOf(language));
     _languageBox->setCurrentIndex(index);
-    if (_settings->getInt(QStringLiteral("Map"), DefaultMap) == KvMapBaidu) {
+    if (_settings->getInt(KvSettingsKeys::Map, KvSettingsKeys::FallbackMap) == KvMapBaidu) {
         _baiduButton->setChecked(true);
     } else {
         _googleButton->setChecked(true);
     }
-    if (_settings->getInt(QStringLiteral("Speed"), DefaultSpeed) == SpeedMph) {
+    if (_settings->getInt(KvSettingsKeys::Speed, KvSettingsKeys::FallbackDialogSpeed) ==
+        KvSettingsKeys::SpeedMph) {
         _mphButton->setChecked(true);
     } else {
         _kmhButton->setChecked(true);
     }
-    if (_settings->getInt(QStringLiteral("GPSCorrection"), DefaultCorrection) != 0) {
+    if (_settings->getInt(KvSettingsKeys::GPSCorrection, KvSettingsKeys::FallbackGPSCorrection) !=
+        0) {
         _correctionButton->setChecked(true);
     } else {
         _noCorrectionButton->setChecked(true);
@@ -167,15 +164,15 @@ void KvSettingDialog::_writeString(const QString& key, const QString& value) {
 
 void KvSettingDialog::onCheckMap() {
     const int map = _googleButton->isChecked() ? KvMapGoogle : KvMapBaidu;
-    _writeInt(QStringLiteral("Map"), map);
+    _writeInt(KvSettingsKeys::Map, map);
     if (_delegate) {
         _delegate->onSwitchMap(static_cast<_KvMapType>(map));
     }
 }
 
 void KvSettingDialog::onCheckSpeed() {
-    const int unit = _mphButton->isChecked() ? SpeedMph : SpeedKmh;
-    _writeInt(QStringLiteral("Speed"), unit);
+    const int unit = _mphButton->isChecked() ? KvSettingsKeys::SpeedMph : KvSettingsKeys::SpeedKmh;
+    _writeInt(KvSettingsKeys::Speed, unit);
     if (_delegate) {
         _delegate->onSwitchSpeedUnit(unit);
     }
@@ -183,7 +180,7 @@ void KvSettingDialog::onCheckSpeed() {
 
 void KvSettingDialog::onCheckGPS() {
     const int on = _noCorrectionButton->isChecked() ? CorrectionOff : CorrectionOn;
-    _writeInt(QStringLiteral("GPSCorrection"), on);
+    _writeInt(KvSettingsKeys::GPSCorrection, on);
     if (_delegate) {
         _delegate->onSwitchLocationCorrection(on);
     }
@@ -192,7 +189,7 @@ void KvSettingDialog::onCheckGPS() {
 void KvSettingDialog::onSelectedLanguageIndex(int index) {
     if (index >= 0 && index < _languageNames.size()) {
         const QString name = _languageNames.at(index);
-        _writeString(QStringLiteral("Language"), name);
+        _writeString(KvSettingsKeys::Language, name);
         // The delegate installs the language before the dialog reads its own texts again.
         if (_delegate) {
             _delegate->onSwitchLanguage(name);

@@ -9,8 +9,11 @@
 #include "KvGPSReader.h"
 #include "KvLanguage.h"
 #include "KvListWidget.h"
+#include "KvLogCategories.h"
 #include "KvMapWidget.h"
+#include "KvPlayerStatus.h"
 #include "KvSettingDialog.h"
+#include "KvSettingsKeys.h"
 #include "KvSlider.h"
 #include "KvTrackExporter.h"
 #include "KvVideoListWidget.h"
@@ -21,7 +24,6 @@
 
 #include <QCoreApplication>
 #include <QDateTime>
-#include <QDebug>
 #include <QDesktopServices>
 #include <QDir>
 #include <QDragEnterEvent>
@@ -72,12 +74,6 @@ constexpr int MessageShownMs = 6000;
 constexpr int PickedFile = 0;
 constexpr int PickedDirectory = 1;
 constexpr int PickedDrive = 2;
-
-// Player status codes.
-constexpr int StatusPaused = 0;
-constexpr int StatusEnded = 1;
-constexpr int StatusStopped = 2;
-constexpr int StatusPicture = 3;
 } // namespace
 
 MainWindow::MainWindow(QWidget* parent) : QMainWindow(parent) {
@@ -163,8 +159,10 @@ void MainWindow::_setupUI() {
     _playButton->setEnabled(false);
 
     KvConfigure configure;
-    _mapWidget->loadMap(static_cast<_KvMapType>(configure.getInt(QStringLiteral("Map"), 2)));
-    _mapWidget->setCorrection(configure.getInt(QStringLiteral("GPSCorrection"), 0));
+    _mapWidget->loadMap(static_cast<_KvMapType>(
+        configure.getInt(KvSettingsKeys::Map, KvSettingsKeys::FallbackMap)));
+    _mapWidget->setCorrection(
+        configure.getInt(KvSettingsKeys::GPSCorrection, KvSettingsKeys::FallbackGPSCorrection));
 
     connect(_videoView, &LuVideoView::onDoubleClicked, this, &MainWindow::_onDoubleClickVideoView);
     connect(_volumeSlider, &QSlider::valueChanged, this, &MainWindow::_onVolumeSliderValueChanged);
@@ -310,13 +308,13 @@ void MainWindow::_stopAndClear() {
 
 void MainWindow::_onPlayerPlaying(int code, double a, double b) {
     switch (code) {
-    case StatusPaused:
+    case KvPlayerStatus::Paused:
         _setPlayButtonSelected(false);
         _playButton->setEnabled(true);
         _stopButton->setEnabled(true);
         _updateStepButtons();
         break;
-    case StatusEnded: {
+    case KvPlayerStatus::EndOfFile: {
         _stopAndClear();
         const KvVideoInfo next = _videoListWidget->findNextVideoInfo(_currentVideoInfo);
         if (next.isValid()) {
@@ -324,10 +322,10 @@ void MainWindow::_onPlayerPlaying(int code, double a, double b) {
         }
         break;
     }
-    case StatusStopped:
+    case KvPlayerStatus::RanDry:
         _stopAndClear();
         break;
-    case StatusPicture: {
+    case KvPlayerStatus::PictureShown: {
         // The trip panel and the map follow once per whole second of playback.
         const int32_t second = static_cast<int32_t>(a);
         if (second != _lastShownSecond) {
@@ -363,7 +361,7 @@ void MainWindow::_onDoubleClickVideoInfo(KvVideoInfo& info) {
 
 void MainWindow::_onDoubleClickVideoView(int button, double x, double y) {
     Q_UNUSED(button);
-    qDebug() << "_onDoubleClickVideoView";
+    qCDebug(kvApp) << "_onDoubleClickVideoView";
     if (isFullScreen()) {
         _leaveFullscreen();
         return;
@@ -410,7 +408,7 @@ void MainWindow::_onClickOpenButton(bool) {
     }
     const int type = picker.getType();
     const QString path = picker.getSelectedPath();
-    qDebug() << "type = " << type << ", path = " << path;
+    qCDebug(kvApp) << "type = " << type << ", path = " << path;
     _openPickedPath(type, path);
 }
 
@@ -621,7 +619,7 @@ void MainWindow::resizeEvent(QResizeEvent* event) {
 }
 
 void MainWindow::changeEvent(QEvent* event) {
-    qDebug() << "changeEvent = " << event;
+    qCDebug(kvApp) << "changeEvent = " << event;
     if (event->type() == QEvent::WindowStateChange) {
         _onResize(width(), height());
     }
@@ -629,7 +627,7 @@ void MainWindow::changeEvent(QEvent* event) {
 }
 
 void MainWindow::keyReleaseEvent(QKeyEvent* event) {
-    qDebug() << "event = " << event;
+    qCDebug(kvApp) << "event = " << event;
     switch (event->key()) {
     case Qt::Key_Space:
         if (_player && !_currentVideoInfo.isEmpty() && _player->isOpenFile()) {
@@ -647,7 +645,7 @@ void MainWindow::keyReleaseEvent(QKeyEvent* event) {
 }
 
 void MainWindow::dragEnterEvent(QDragEnterEvent* event) {
-    qDebug() << "dragEnterEvent" << event->mimeData();
+    qCDebug(kvApp) << "dragEnterEvent" << event->mimeData();
     if (event->mimeData()->hasUrls()) {
         event->accept();
     }
@@ -678,9 +676,9 @@ void MainWindow::dropEvent(QDropEvent* event) {
 
 bool MainWindow::eventFilter(QObject* watched, QEvent* event) {
     Q_UNUSED(watched);
-    qDebug("eventFilter type = %d", static_cast<int>(event->type()));
+    qCDebug(kvApp, "eventFilter type = %d", static_cast<int>(event->type()));
     if (event->type() == QEvent::DragEnter || event->type() == QEvent::Drop) {
-        qDebug("eventFilter");
+        qCDebug(kvApp, "eventFilter");
         return true;
     }
     return false;

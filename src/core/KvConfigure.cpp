@@ -2,6 +2,7 @@
 
 #include "KvFileUtils.h"
 #include "KvLanguage.h"
+#include "KvSettingsKeys.h"
 
 #include <QCoreApplication>
 #include <QSettings>
@@ -49,29 +50,21 @@ bool KvConfigure::contains(const QString& key) {
     return !_settings->value(key).isNull();
 }
 
-namespace {
-// First-start values, chosen on purpose to differ from the settings dialog's read-back defaults.
-constexpr int FirstStartMap = KvMapGoogle;
-constexpr int FirstStartSpeed = 1;         // miles per hour
-constexpr int FirstStartGPSCorrection = 1; // on
-const char* const FirstStartLanguage = "english";
-} // namespace
-
 void initConfigures() {
+    using namespace KvSettingsKeys;
     KvConfigure configure;
-    if (!configure.contains(QStringLiteral("Map"))) {
-        configure.setInt(QStringLiteral("Map"), FirstStartMap);
+    if (!configure.contains(Map)) {
+        configure.setInt(Map, FirstStartMap);
     }
-    if (!configure.contains(QStringLiteral("Speed"))) {
-        configure.setInt(QStringLiteral("Speed"), FirstStartSpeed);
+    if (!configure.contains(Speed)) {
+        configure.setInt(Speed, FirstStartSpeed);
     }
-    if (!configure.contains(QStringLiteral("GPSCorrection"))) {
-        configure.setInt(QStringLiteral("GPSCorrection"), FirstStartGPSCorrection);
+    if (!configure.contains(GPSCorrection)) {
+        configure.setInt(GPSCorrection, FirstStartGPSCorrection);
     }
-    if (!configure.contains(QStringLiteral("Language"))) {
-        configure.setString(QStringLiteral("Language"), QLatin1String(FirstStartLanguage));
+    if (!configure.contains(Language)) {
+        configure.setString(Language, FirstStartLanguage);
     }
     KvLanguage::setRoot(QStringLiteral("%1/language").arg(QCoreApplication::applicationDirPath()));
-    KvLanguage::installLanguage(
-        configure.getString(QStringLiteral("Language"), QLatin1String(FirstStartLanguage)));
+    KvLanguage::installLanguage(configure.getString(Language, FirstStartLanguage));
 }

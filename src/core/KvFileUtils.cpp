@@ -1,7 +1,8 @@
 #include "KvFileUtils.h"
 
+#include "KvLogCategories.h"
+
 #include <QCoreApplication>
-#include <QDebug>
 #include <QDir>
 #include <QStandardPaths>
 
@@ -105,8 +106,8 @@ bool KvFileUtils::deleteDir(const QString& path) {
 }
 
 bool KvFileUtils::isSDCard(const QFileInfo& info) {
-    qDebug("%s", qUtf8Printable(info.absoluteFilePath()));
-    qDebug("isSymLink = %d", info.isSymLink() ? 1 : 0);
+    qCDebug(kvCore, "%s", qUtf8Printable(info.absoluteFilePath()));
+    qCDebug(kvCore, "isSymLink = %d", info.isSymLink() ? 1 : 0);
     if (!info.isDir()) {
         return false;
     }

@@ -1,6 +1,7 @@
 #include "KvLanguage.h"
 
-#include <QDebug>
+#include "KvLogCategories.h"
+
 #include <QFile>
 #include <QTextStream>
 
@@ -11,7 +12,7 @@ KvLanguage::KvLanguage(QObject* parent) : QObject(parent) {}
 
 void KvLanguage::setRoot(const QString& root) {
     _root = root;
-    qDebug("root = %s", qUtf8Printable(root));
+    qCDebug(kvCore, "root = %s", qUtf8Printable(root));
 }
 
 QString KvLanguage::root() {
@@ -20,7 +21,7 @@ QString KvLanguage::root() {
 
 void KvLanguage::installLanguage(const QString& name) {
     loadLanguage(name, _table);
-    qDebug("%d", _table.size());
+    qCDebug(kvCore, "%d", _table.size());
 }
 
 bool KvLanguage::loadLanguage(const QString& name, QMap<QString, QString>& table) {
@@ -44,7 +45,7 @@ bool KvLanguage::loadLanguage(const QString& name, QMap<QString, QString>& table
         }
         const QString key = cleanPart(parts.at(0));
         const QString text = cleanPart(parts.at(1));
-        qDebug("2 %s = %s", qUtf8Printable(key), qUtf8Printable(text));
+        qCDebug(kvCore, "2 %s = %s", qUtf8Printable(key), qUtf8Printable(text));
         table.insert(key, text);
     }
     return true;

@@ -1,6 +1,7 @@
 #include "KvCopyFileDialog.h"
 
-#include <QDebug>
+#include "KvLogCategories.h"
+
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -23,7 +24,7 @@ KvCopyFileDialog::~KvCopyFileDialog() {
 }
 
 void KvCopyFileDialog::run() {
-    qDebug("KvCopyFileDialog run");
+    qCDebug(kvFiles, "KvCopyFileDialog run");
     const int n = std::min(_src.size(), _dst.size());
     for (int i = 0; i < n; ++i) {
         const QString& from = _src.at(i);

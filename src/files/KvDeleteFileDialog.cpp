@@ -1,8 +1,8 @@
 #include "KvDeleteFileDialog.h"
 
 #include "KvLanguage.h"
+#include "KvLogCategories.h"
 
-#include <QDebug>
 #include <QFile>
 
 KvDeleteFileDialog::KvDeleteFileDialog(QWidget* parent, const QVector<QString>& files)
@@ -18,8 +18,8 @@ KvDeleteFileDialog::~KvDeleteFileDialog() {
 void KvDeleteFileDialog::run() {
     for (const QString& path : _files) {
         if (!QFile::remove(path)) {
-            qDebug("remove %s failed\npermissions = %x", qUtf8Printable(path),
-                   static_cast<unsigned>(QFile::permissions(path)));
+            qCDebug(kvFiles, "remove %s failed\npermissions = %x", qUtf8Printable(path),
+                    static_cast<unsigned>(QFile::permissions(path)));
         }
     }
     _finishBatch();

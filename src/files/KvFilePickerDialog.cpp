@@ -2,10 +2,11 @@
 
 #include "KvConfigure.h"
 #include "KvLanguage.h"
+#include "KvLogCategories.h"
+#include "KvSettingsKeys.h"
 
 #include <QButtonGroup>
 #include <QComboBox>
-#include <QDebug>
 #include <QDir>
 #include <QFileDialog>
 #include <QLabel>
@@ -21,7 +22,6 @@ constexpr int kInitialHeight = 220;
 // The file and folder choosers' size.
 constexpr int kChooserWidth = 240;
 constexpr int kChooserHeight = 320;
-const char* const SelectFileIndexKey = "SelectFileIndexKey";
 const char* const ClipNameFilter = "*.mp4 *.mov *.avi *.MP4 *.MOV *.AVI";
 const char* const PathLabelStyle =
     "border-width: 1px;border-style: solid;border-color: rgb(200, 200, 200);";
@@ -55,7 +55,7 @@ void KvFilePickerDialog::_setup() {
     _buttonGroup->addButton(_filesRadio, FilesId);
     _buttonGroup->addButton(_directoryRadio, DirectoryId);
 
-    const int index = KvConfigure().getInt(QLatin1String(SelectFileIndexKey), DrivesId);
+    const int index = KvConfigure().getInt(KvSettingsKeys::SelectFileIndex, DrivesId);
     if (index == FilesId) {
         _filesRadio->setChecked(true);
     } else if (index == DirectoryId) {
@@ -178,7 +178,7 @@ void KvFilePickerDialog::_runChooser(bool folders, QLabel* label) {
 void KvFilePickerDialog::_onClickOkButton(bool checked) {
     Q_UNUSED(checked);
     const int id = _buttonGroup->checkedId();
-    qDebug("_onClickOkButton(%d)", id);
+    qCDebug(kvFiles, "_onClickOkButton(%d)", id);
     if (id == DrivesId) {
         _type = KindDrive;
         _selectedPath = _driveBox->currentText();
@@ -199,7 +199,7 @@ void KvFilePickerDialog::_onClickCancelButton(bool checked) {
 }
 
 void KvFilePickerDialog::_onGroupButtonClicked(int id) {
-    KvConfigure().setInt(QLatin1String(SelectFileIndexKey), id);
+    KvConfigure().setInt(KvSettingsKeys::SelectFileIndex, id);
     if (id == FilesId) {
         _type = KindFile;
         _selectedPath = _fileLabel->text();

@@ -2,6 +2,7 @@
 
 #include "Kv70maiGPSReader.h"
 #include "KvFileUtils.h"
+#include "KvLogCategories.h"
 #include "KvMediaUtils.h"
 #include "KvNovatekGPSReader.h"
 #include "KvSidecarGPSReader.h"
@@ -13,7 +14,6 @@ extern "C" {
 #include <libavformat/avformat.h>
 }
 
-#include <QDebug>
 #include <QFile>
 
 #include <algorithm>
@@ -128,8 +128,8 @@ KvLocation locationFromRecord(unsigned char* record) {
     location.valid = true;
     double const rawLatitude = hex2double(record + kRecordLatitude);
     double const rawLongitude = hex2double(record + kRecordLongitude);
-    qDebug("latitude = %lf, longitude = %lf", rawLatitude, rawLongitude);
-    qDebug("%s", "");
+    qCDebug(kvGps, "latitude = %lf, longitude = %lf", rawLatitude, rawLongitude);
+    qCDebug(kvGps, "%s", "");
     location.latitude = KvLocation::convertGPSDDMM(rawLatitude);
     location.longitude = KvLocation::convertGPSDDMM(rawLongitude);
     location.speed = littleEndian16(record + kRecordSpeed);
@@ -175,7 +175,7 @@ qint64 findGpsBox(QFile& file) {
         }
         char const* type = reinterpret_cast<char const*>(header + kBoxTypeSize);
         QByteArray const typeText(type, kBoxTypeSize);
-        qDebug("data = %s", typeText.constData());
+        qCDebug(kvGps, "data = %s", typeText.constData());
         if (std::strncmp(type, kGpsBoxType, kBoxTypeSize) == 0) {
             return size - kBoxHeaderSize;
         }
@@ -185,7 +185,7 @@ qint64 findGpsBox(QFile& file) {
         }
         offset = static_cast<int32_t>(next);
         bool const seeked = file.seek(offset);
-        qDebug("seek %d = %s", offset, seeked ? "true" : "false");
+        qCDebug(kvGps, "seek %d = %s", offset, seeked ? "true" : "false");
     }
 }
 

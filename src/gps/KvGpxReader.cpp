@@ -1,5 +1,6 @@
 #include "KvGpxReader.h"
 
+#include "KvLogCategories.h"
 #include "KvTrackLimits.h"
 
 #include <QDateTime>
@@ -115,7 +116,7 @@ void readPoints(QXmlStreamReader& xml, QVector<KvLocation>& locations) {
            xml.characterOffset() < kMaxSidecarBytes) {
         QXmlStreamReader::TokenType const token = xml.readNext();
         if (token == QXmlStreamReader::DTD) {
-            qDebug("gpx: a document type declaration is not read");
+            qCDebug(kvGps, "gpx: a document type declaration is not read");
             locations.clear();
             return;
         }

@@ -3,10 +3,10 @@
 #include "GPSPoint.h"
 #include "KvCNumericLocale.h"
 #include "KvFileUtils.h"
+#include "KvLogCategories.h"
 #include "KvVersion.h"
 
 #include <QCoreApplication>
-#include <QDebug>
 #include <QDesktopServices>
 #include <QResizeEvent>
 #include <QUrl>
@@ -147,7 +147,7 @@ QWebEngineView* KvMapWidget::_createView() {
                     return;
                 }
                 // The page and its track are gone; a fresh page at least takes the next track.
-                qDebug("map page renderer ended (%d, %d), reloading", int(status), code);
+                qCDebug(kvTrip, "map page renderer ended (%d, %d), reloading", int(status), code);
                 view->reload();
             });
     return view;
@@ -336,7 +336,7 @@ void KvMapWidget::_onLoadFinished(QWebEngineView* view, bool ok) {
     state.pending.clear();
     if (!ok) {
         state.load = PageState::Failed;
-        qDebug("map page did not load: %s", qUtf8Printable(view->url().toString()));
+        qCDebug(kvTrip, "map page did not load: %s", qUtf8Printable(view->url().toString()));
         return;
     }
     state.load = PageState::Ready;

@@ -1,6 +1,7 @@
 #include "KvSidecarGPSReader.h"
 
 #include "KvGpxReader.h"
+#include "KvLogCategories.h"
 #include "KvNmeaSentence.h"
 #include "KvTrackLimits.h"
 
@@ -131,7 +132,8 @@ bool readGPSFromNmeaText(QVector<KvLocation>& locations, char const* text, qint6
     addLines(track, text, size);
     locations = track.take();
     if (track.badChecksums() > 0) {
-        qDebug("nmea: %d sentences kept with a checksum that does not match", track.badChecksums());
+        qCDebug(kvGps, "nmea: %d sentences kept with a checksum that does not match",
+                track.badChecksums());
     }
     return !locations.isEmpty();
 }

@@ -2,11 +2,12 @@
 
 #include "KvConfigure.h"
 #include "KvLanguage.h"
+#include "KvLogCategories.h"
+#include "KvSettingsKeys.h"
 #include "KvSlider.h"
 #include "KvSpeedGraph.h"
 #include "QMeter.h"
 
-#include <QDebug>
 #include <QLCDNumber>
 #include <QLabel>
 #include <QPalette>
@@ -19,10 +20,6 @@ namespace {
 
 // Speeds and distance are multiplied by this to show miles instead of kilometres.
 constexpr double kMilesPerKm = 0.6213712;
-// The "Speed" setting that selects miles per hour; any other value shows km/h.
-constexpr int kSpeedUnitMph = 1;
-// The value "Speed" is read with when it is missing: the player starts in miles per hour.
-constexpr int kDefaultSpeedUnit = 1;
 // Twice the earth's radius of 6371.393 km, as the haversine formula uses it.
 constexpr double kEarthDiameterKm = 12742.786;
 constexpr double kPi = 3.141592653589793;
@@ -68,13 +65,14 @@ double finiteOrZero(double value) {
 } // namespace
 
 VideoInfoView::VideoInfoView(QWidget* parent) : QWidget(parent) {
-    speedUnit = KvConfigure().getInt(QStringLiteral("Speed"), kDefaultSpeedUnit);
+    speedUnit = KvConfigure().getInt(KvSettingsKeys::Speed, KvSettingsKeys::FallbackTripSpeed);
     speedMeter = new QMeter(this);
     speedMeter->setObjectName(QStringLiteral("speedMeter"));
     speedMeter->setMaxValue(kGaugeMaximum);
     speedMeter->setForeground(Qt::black);
     speedMeter->setBackground(Qt::white);
-    speedMeter->setUnits(QString::fromLatin1(speedUnit == kSpeedUnitMph ? "MPH" : "KM/H"));
+    speedMeter->setUnits(
+        QString::fromLatin1(speedUnit == KvSettingsKeys::SpeedMph ? "MPH" : "KM/H"));
     _createReadOuts();
     currentTimeLabel = _createTitle("currentTimeLabel");
     totalTimeLabel = _createTitle("totalTimeLabel");
@@ -134,7 +132,7 @@ QLCDNumber* VideoInfoView::_createNumber(char const* name, int digits) {
 }
 
 double VideoInfoView::_unitFactor() const {
-    return speedUnit == kSpeedUnitMph ? kMilesPerKm : 1.0;
+    return speedUnit == KvSettingsKeys::SpeedMph ? kMilesPerKm : 1.0;
 }
 
 void VideoInfoView::setLocations(QVector<KvLocation> const& locations) {
@@ -237,7 +235,8 @@ void VideoInfoView::clear() {
 }
 
 void VideoInfoView::_setDistanceTitle(int unit) {
-    QString const format = QString::fromLatin1(unit == kSpeedUnitMph ? "%1 (mile)" : "%1 (Km)");
+    QString const format =
+        QString::fromLatin1(unit == KvSettingsKeys::SpeedMph ? "%1 (mile)" : "%1 (Km)");
     distanceTitle->setText(format.arg(KvLanguage::kvtr(QStringLiteral("total_distance"))));
 }
 
@@ -247,12 +246,14 @@ void VideoInfoView::reloadLanguage() {
     speedTitle->setText(KvLanguage::kvtr(QStringLiteral("current_speed")));
     maxSpeedTitle->setText(KvLanguage::kvtr(QStringLiteral("max_speed")));
     averageSpeedTitle->setText(KvLanguage::kvtr(QStringLiteral("average_speed")));
-    _setDistanceTitle(KvConfigure().getInt(QStringLiteral("Speed"), kDefaultSpeedUnit));
+    _setDistanceTitle(
+        KvConfigure().getInt(KvSettingsKeys::Speed, KvSettingsKeys::FallbackTripSpeed));
 }
 
 void VideoInfoView::reloadSettings() {
-    speedUnit = KvConfigure().getInt(QStringLiteral("Speed"), kDefaultSpeedUnit);
-    speedMeter->setUnits(QString::fromLatin1(speedUnit == kSpeedUnitMph ? "MPH" : "KM/H"));
+    speedUnit = KvConfigure().getInt(KvSettingsKeys::Speed, KvSettingsKeys::FallbackTripSpeed);
+    speedMeter->setUnits(
+        QString::fromLatin1(speedUnit == KvSettingsKeys::SpeedMph ? "MPH" : "KM/H"));
     _setDistanceTitle(speedUnit);
     speedGraph->setSpeedUnit(speedUnit);
     setLocations(locations);
@@ -310,7 +311,7 @@ void VideoInfoView::_onSliderMoved(int value) {
 }
 
 void VideoInfoView::_onSliderReleased() {
-    qDebug("_onSliderReleased");
+    qCDebug(kvTrip, "_onSliderReleased");
     sliderPressed = false;
     emit videoTimeChanged(totalTime * double(timeSlider->value()) / double(timeSlider->maximum()));
 }

@@ -1,5 +1,6 @@
 #include "KvAudioPlayer.h"
 
+#include "KvLogCategories.h"
 #include "KvThread.h"
 
 #include <QAudioDeviceInfo>
@@ -92,7 +93,7 @@ void KvAudioPlayer::start(int sampleRate, int sampleFormat, int channels) {
     QAudioFormat format = audioFormat(sampleRate, sampleFormat, channels);
     const QAudioDeviceInfo info = QAudioDeviceInfo::defaultOutputDevice();
     if (!info.isFormatSupported(format)) {
-        qDebug("format not support, reformat");
+        qCDebug(kvMedia, "format not support, reformat");
         format = info.nearestFormat(format);
     }
     output = new QAudioOutput(format);

@@ -1,6 +1,7 @@
 #include "KvAudioQueue.h"
 
 #include "KvAudioData.h"
+#include "KvLogCategories.h"
 #include "KvYUVData.h"
 #include "MutexQueue.h"
 
@@ -48,8 +49,10 @@ KvAudioQueue::KvAudioQueue(int inRate, long long inLayout, int inChannels, int i
       outChannels(outChannels), outFormat(outFormat) {
     needResample = this->inRate != this->outRate || this->inChannels != this->outChannels ||
                    this->inLayout != this->outLayout || this->inFormat != this->outFormat;
-    qDebug("%d, %lld, %d, %d", this->inRate, this->inLayout, this->inChannels, this->inFormat);
-    qDebug("%d, %lld, %d, %d", this->outRate, this->outLayout, this->outChannels, this->outFormat);
+    qCDebug(kvMedia, "%d, %lld, %d, %d", this->inRate, this->inLayout, this->inChannels,
+            this->inFormat);
+    qCDebug(kvMedia, "%d, %lld, %d, %d", this->outRate, this->outLayout, this->outChannels,
+            this->outFormat);
     bytesPerSample = av_get_bytes_per_sample(static_cast<AVSampleFormat>(outFormat));
     outPlanar = av_sample_fmt_is_planar(static_cast<AVSampleFormat>(outFormat)) != 0;
     if (needResample) {

@@ -3,6 +3,8 @@
 #include "KvAudioData.h"
 #include "KvAudioPlayer.h"
 #include "KvAudioQueue.h"
+#include "KvLogCategories.h"
+#include "KvPlayerStatus.h"
 #include "KvSharedClock.h"
 #include "KvVideoSink.h"
 #include "KvYUV420P.h"
@@ -45,10 +47,6 @@ constexpr int kDefaultIntervalMs = 33;
 // with the pictures before it (to the start when the picture is within the first second).
 constexpr double kStepBackSeconds = 0.5;
 constexpr double kStepBackFromStart = 1.0;
-// Callback codes.
-constexpr int kCodeEndOfFile = 1;
-constexpr int kCodeRanDry = 2;
-constexpr int kCodeShown = 3;
 // Timestamps of pictures are rounded to the container's time base: two times this close are
 // the same instant.
 constexpr double kTimeEpsilon = 0.001;
@@ -325,7 +323,7 @@ void KvFFPlayer::start() {
         frameCache = gop < kSmallGop ? kMinFrameCache : std::min(2 * gop, kMaxFrameCache);
         videoQueue = new MutexQueue(KvYUVDataFreeFunc);
     }
-    qDebug("frameCache = %d", frameCache);
+    qCDebug(kvMedia, "frameCache = %d", frameCache);
     _startAudio();
     _decoding.store(true);
     decodeThread = new KvDecodeThread(this);
@@ -333,7 +331,7 @@ void KvFFPlayer::start() {
 }
 
 void KvFFPlayer::_requestSeek(double seconds, double keepFrom) {
-    qDebug("seek %lf", seconds);
+    qCDebug(kvMedia, "seek %lf", seconds);
     // Counted first and the target before the flag: the decode thread reads both after it sees
     // the request.
     _seeksRequested.fetch_add(1);
@@ -399,7 +397,7 @@ void KvFFPlayer::play() {
         audioThread = new KvAudioThread(this);
         audioThread->start();
     }
-    qDebug("play");
+    qCDebug(kvMedia, "play");
 }
 
 void KvFFPlayer::_stopPresentation() {
@@ -413,7 +411,7 @@ void KvFFPlayer::_stopPresentation() {
 
 void KvFFPlayer::pause() {
     _stopPresentation();
-    qDebug("pause");
+    qCDebug(kvMedia, "pause");
 }
 
 void KvFFPlayer::seek(double seconds) {
@@ -450,7 +448,7 @@ void KvFFPlayer::stop() {
 
 void KvFFPlayer::stopPlay() {
     _stopPresentation();
-    qDebug("pause");
+    qCDebug(kvMedia, "pause");
     stop();
     if (reader != nullptr) {
         reader->stopReading();
@@ -613,7 +611,7 @@ void KvFFPlayer::_doDecode() {
         if (result != AVERROR_EOF) {
             char text[kErrorTextSize] = {0};
             av_strerror(result, text, sizeof(text));
-            qDebug("read frame = %x, %s", result, text);
+            qCDebug(kvMedia, "read frame = %x, %s", result, text);
         }
     }
     _decoding.store(false, std::memory_order_release);
@@ -691,7 +689,7 @@ void KvFFPlayer::_renderVideo(KvYUV420P* picture) {
     if (KvSharedClock* clock = _sharedClock.load(); clock != nullptr && _leadsClock.load()) {
         clock->shown(time);
     }
-    _callback(kCodeShown);
+    _callback(KvPlayerStatus::PictureShown);
 }
 
 KvYUV420P* KvFFPlayer::_nextPicture(KvYUV420P* held, unsigned* heldSeeks, bool* ranDry,
@@ -737,7 +735,7 @@ void KvFFPlayer::_doPlayVideo() {
         step = rate.num == 0 || rate.den == 0 ? kDefaultStepUs
                                               : static_cast<long long>(1000000 / av_q2d(rate));
     }
-    qDebug("interval %lld", step);
+    qCDebug(kvMedia, "interval %lld", step);
     frameCount.store(0);
     KvYUV420P* held = nullptr; // taken from the queue, shown when it is due
     unsigned heldSeeks = _seeksDone.load();
@@ -785,13 +783,14 @@ void KvFFPlayer::_doPlayVideo() {
     _returnPicture(held, heldSeeks);
     if (ranDry) {
         _setPresenting(false); // the follower plays on alone
-        _callback(readError.load() == AVERROR_EOF ? kCodeEndOfFile : kCodeRanDry);
+        _callback(readError.load() == AVERROR_EOF ? KvPlayerStatus::EndOfFile
+                                                  : KvPlayerStatus::RanDry);
     }
 }
 
 void KvFFPlayer::_doFollowVideo() {
     const KvSharedClock* clock = _sharedClock.load();
-    qDebug("interval %lld", static_cast<long long>(_frameSeconds * 1000000));
+    qCDebug(kvMedia, "interval %lld", static_cast<long long>(_frameSeconds * 1000000));
     KvYUV420P* held = nullptr; // taken from the queue, shown when it is due
     unsigned heldSeeks = _seeksDone.load();
     FollowPacing pacing;
@@ -830,7 +829,8 @@ void KvFFPlayer::_doFollowVideo() {
     }
     _returnPicture(held, heldSeeks);
     if (ranDry) {
-        _callback(readError.load() == AVERROR_EOF ? kCodeEndOfFile : kCodeRanDry);
+        _callback(readError.load() == AVERROR_EOF ? KvPlayerStatus::EndOfFile
+                                                  : KvPlayerStatus::RanDry);
     }
 }
 
@@ -869,8 +869,8 @@ int KvFFPlayer::_doSeek(double seconds, int flags) {
         return -1;
     }
     const int result = reader->seek(seconds, flags);
-    qDebug("_videoTime = %lf, _frameTime = %lf, _doSeek %lf = %d", videoTime.load(),
-           frameTime.load(), seconds, result);
+    qCDebug(kvMedia, "_videoTime = %lf, _frameTime = %lf, _doSeek %lf = %d", videoTime.load(),
+            frameTime.load(), seconds, result);
     if (result < 0) {
         return result;
     }
@@ -961,12 +961,12 @@ void KvFFPlayer::_playPrevFrameAtVideoQueue() {
     const double cursor = frameTime.load();
     KvYUV420P* copy = nullptr;
     double previousTime = -1.0;
-    qDebug("frameTime = %lf", cursor);
+    qCDebug(kvMedia, "frameTime = %lf", cursor);
     videoQueue->lock();
     const KvYUV420P* previous = nullptr;
     for (KvQueueNode* node = videoQueue->headNode(); node != nullptr; node = node->next) {
         const auto* picture = static_cast<const KvYUV420P*>(node->data);
-        qDebug("now time = %lf", picture->time);
+        qCDebug(kvMedia, "now time = %lf", picture->time);
         const bool exact = picture->time == cursor;
         const bool straddles =
             previous != nullptr && picture->time >= cursor && cursor > previous->time;
@@ -974,9 +974,9 @@ void KvFFPlayer::_playPrevFrameAtVideoQueue() {
             copy = copyPicture(picture);
             previousTime = previous != nullptr ? previous->time : -1.0;
             if (exact) {
-                qDebug("last frame time = %lf", previousTime);
+                qCDebug(kvMedia, "last frame time = %lf", previousTime);
             } else {
-                qDebug("center frame time = %lf", previousTime);
+                qCDebug(kvMedia, "center frame time = %lf", previousTime);
             }
             break;
         }
@@ -984,7 +984,7 @@ void KvFFPlayer::_playPrevFrameAtVideoQueue() {
     }
     videoQueue->unlock();
     if (copy == nullptr) {
-        qDebug("not find");
+        qCDebug(kvMedia, "not find");
     }
     frameTime.store(previousTime);
     if (copy != nullptr) {

@@ -23,9 +23,10 @@ class MutexQueue;
 class StreamReader;
 
 // Status callback of the player core: (context, code, position, duration), times in seconds.
-// Code 3: a picture was shown; 1: the pictures ran out after the end of the file; 2: they ran
-// out for another reason (a read error, or decoding stopped). Called on the video thread (on the
-// GUI thread for single-frame steps); the owner forwards it to its own thread.
+// The codes are KvPlayerStatus's: 3 a picture was shown; 1 the pictures ran out after the end of
+// the file; 2 they ran out for another reason (a read error, or decoding stopped). Called on the
+// video thread (on the GUI thread for single-frame steps); the owner forwards it to its own
+// thread.
 using KvPlayerCallback = void (*)(void* context, int code, double time, double duration);
 
 // A worker of one player core. run() does the player's work and then releases _finished, which

@@ -1,5 +1,6 @@
 #include "StreamReader.h"
 
+#include "KvLogCategories.h"
 #include "KvMediaUtils.h"
 
 #include <QtGlobal>
@@ -92,7 +93,7 @@ int StreamReader::_doOpenInput(const char* url, const AVInputFormat* format,
     if (result < 0) {
         char text[kErrorTextSize] = {0};
         av_strerror(result, text, sizeof(text));
-        qDebug("avformat_open_input(%s) = %x, %s", url, result, text);
+        qCDebug(kvMedia, "avformat_open_input(%s) = %x, %s", url, result, text);
         return result;
     }
     result = avformat_find_stream_info(formatContext, options);

@@ -1,10 +1,10 @@
 #include "KvAddFileDialog.h"
 
 #include "KvLanguage.h"
+#include "KvLogCategories.h"
 #include "KvVideoListWidget.h"
 
 #include <QCloseEvent>
-#include <QDebug>
 
 KvAddFileDialog::KvAddFileDialog(KvVideoListWidget* listWidget, const QString& dirPath)
     : KvProgressDialog(nullptr), _listWidget(listWidget), _dirPath(dirPath) {
@@ -48,7 +48,7 @@ void KvAddFileDialog::_addDirectory(const QDir& dir, QSet<QString>& visited) {
         } else if (KvVideoListWidget::isScannedFile(entry.fileName())) {
             const QString path = entry.absoluteFilePath();
             postMessage(path);
-            qDebug() << "add file -> " << path;
+            qCDebug(kvPlaylist) << "add file -> " << path;
             emit addFileSignal(path);
         }
     }

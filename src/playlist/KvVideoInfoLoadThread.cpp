@@ -1,10 +1,9 @@
 #include "KvVideoInfoLoadThread.h"
 
 #include "KvFileUtils.h"
+#include "KvLogCategories.h"
 #include "KvMediaUtils.h"
 #include "KvVideoItemWidget.h"
-
-#include <QDebug>
 
 KvVideoInfoLoadThread::KvVideoInfoLoadThread(QObject* parent) : KvThread(parent) {}
 
@@ -17,9 +16,9 @@ KvVideoInfoLoadThread::~KvVideoInfoLoadThread() {
 
 void KvVideoInfoLoadThread::addItemWidget(KvVideoItemWidget* widget) {
     std::lock_guard<std::mutex> lock(_mutex);
-    qDebug("KvVideoInfoLoadThread %p addItemWidget began", static_cast<void*>(this));
+    qCDebug(kvPlaylist, "KvVideoInfoLoadThread %p addItemWidget began", static_cast<void*>(this));
     _queue.append(Job{QPointer<KvVideoItemWidget>(widget), widget->videoInfo(), QImage()});
-    qDebug("KvVideoInfoLoadThread %p addItemWidget ended", static_cast<void*>(this));
+    qCDebug(kvPlaylist, "KvVideoInfoLoadThread %p addItemWidget ended", static_cast<void*>(this));
 }
 
 bool KvVideoInfoLoadThread::hasQueuedItems() {
@@ -44,7 +43,7 @@ bool KvVideoInfoLoadThread::_takeJob(Job& job) {
 }
 
 void KvVideoInfoLoadThread::run() {
-    qDebug("KvVideoInfoLoadThread %p began", static_cast<void*>(this));
+    qCDebug(kvPlaylist, "KvVideoInfoLoadThread %p began", static_cast<void*>(this));
     Job job;
     while (!isStopped() && _takeJob(job)) {
         job.info = loadVideoInfo(job.info, &_stopped);
@@ -55,7 +54,7 @@ void KvVideoInfoLoadThread::run() {
         }
         emit videoInfoLoaded();
     }
-    qDebug("KvVideoInfoLoadThread %p ended", static_cast<void*>(this));
+    qCDebug(kvPlaylist, "KvVideoInfoLoadThread %p ended", static_cast<void*>(this));
     // Ends the run under the lock that the destructor takes, so whatever the run touched is done
     // with before the owner, having joined the thread, destroys it.
     std::lock_guard<std::mutex> lock(_mutex);

@@ -5,12 +5,12 @@
 #include "KvFileUtils.h"
 #include "KvLanguage.h"
 #include "KvListWidget.h"
+#include "KvLogCategories.h"
 #include "KvStringUtil.h"
 #include "KvVideoItemWidget.h"
 
 #include <QAction>
 #include <QCursor>
-#include <QDebug>
 #include <QDesktopServices>
 #include <QFileDialog>
 #include <QMenu>
@@ -64,7 +64,7 @@ void KvVideoListWidget::loadPlayList() {
     const QDir dir(folder);
     const QFileInfoList entries =
         dir.entryInfoList(QDir::Files | QDir::NoSymLinks | QDir::Hidden, QDir::Unsorted);
-    qDebug("%s", qUtf8Printable(folder));
+    qCDebug(kvPlaylist, "%s", qUtf8Printable(folder));
     for (const QFileInfo& entry : entries) {
         if (entry.fileName().endsWith(QLatin1String(".xml"))) {
             // An unreadable file gives an entry without clips; it is shown as a row on purpose.
@@ -170,7 +170,7 @@ void KvVideoListWidget::addFile(const KvVideoInfo& info, bool save) {
     _list->addItemFast(info);
     if (save) {
         const QString path = entryFilePath(info);
-        qDebug() << "path -> " << path;
+        qCDebug(kvPlaylist) << "path -> " << path;
         info.writeToFile(path);
     }
 }
@@ -237,7 +237,7 @@ void KvVideoListWidget::_addDirDepth(const QDir& dir, bool save, QSet<QString>& 
                 _addDirDepth(QDir(entry.absoluteFilePath()), save, visited);
             }
         } else if (isScannedFile(entry.fileName())) {
-            qDebug() << "add file -> " << entry.absoluteFilePath();
+            qCDebug(kvPlaylist) << "add file -> " << entry.absoluteFilePath();
             addFile(entry.absoluteFilePath(), save);
         }
     }

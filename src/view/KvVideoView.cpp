@@ -1,5 +1,6 @@
 #include "KvVideoView.h"
 
+#include "KvLogCategories.h"
 #include "KvMediaUtils.h"
 #include "KvYUV420P.h"
 
@@ -103,7 +104,7 @@ void KvVideoView::clear() {
         picture = nullptr;
     }
     update();
-    qDebug("clear");
+    qCDebug(kvView, "clear");
 }
 
 void KvVideoView::getScale(double* outScaleX, double* outScaleY) {
@@ -146,7 +147,7 @@ void KvVideoView::_setupShaders() {
     if (linked == 0) {
         char text[1024] = {0};
         glGetProgramInfoLog(program, sizeof(text) - 1, nullptr, text);
-        qDebug("shader program = %s", text);
+        qCDebug(kvView, "shader program = %s", text);
     }
     // The program keeps them; they go with it.
     glDeleteShader(vertexShader);
@@ -239,7 +240,7 @@ void KvVideoView::paintGL() {
     glDrawArrays(GL_TRIANGLE_STRIP, 0, 4);
     const GLenum error = glGetError();
     if (error != 0) {
-        qDebug("glGetError() = %x", error);
+        qCDebug(kvView, "glGetError() = %x", error);
     }
     glFlush();
 }

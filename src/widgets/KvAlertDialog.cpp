@@ -1,6 +1,7 @@
 #include "KvAlertDialog.h"
 
-#include <QDebug>
+#include "KvLogCategories.h"
+
 #include <QKeyEvent>
 #include <QLabel>
 #include <QPushButton>
@@ -62,19 +63,19 @@ void KvAlertDialog::stopTimer() {
 }
 
 void KvAlertDialog::onClickCloseButton() {
-    qDebug("close accept()");
+    qCDebug(kvWidgets, "close accept()");
     accept();
 }
 
 void KvAlertDialog::onDismissTimeOut() {
     stopTimer();
-    qDebug("close accept()");
+    qCDebug(kvWidgets, "close accept()");
     accept();
 }
 
 void KvAlertDialog::keyPressEvent(QKeyEvent* event) {
     // Consumed without closing: Escape and Return leave the alert open on purpose.
-    qDebug("Alert %d", event->key());
+    qCDebug(kvWidgets, "Alert %d", event->key());
     event->accept();
 }
 

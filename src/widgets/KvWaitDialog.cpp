@@ -1,8 +1,7 @@
 #include "KvWaitDialog.h"
 
+#include "KvLogCategories.h"
 #include "KvWaitThread.h"
-
-#include <QDebug>
 
 KvWaitDialog::KvWaitDialog(QWidget* parent) : QDialog(parent) {
     // Automatic connection: dismiss() is called on the worker, so the close is queued to the GUI
@@ -19,7 +18,7 @@ KvWaitDialog::~KvWaitDialog() {
 }
 
 void KvWaitDialog::run() {
-    qDebug("KvWaitDialog run");
+    qCDebug(kvWidgets, "KvWaitDialog run");
 }
 
 void KvWaitDialog::start() {
