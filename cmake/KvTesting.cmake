@@ -1,4 +1,5 @@
-# kv_add_test(<name> SOURCES <files...> LIBS <targets...> [FIXTURES <fixtures...>] [TIMEOUT <s>])
+# kv_add_test(<name> SOURCES <files...> LIBS <targets...> [FIXTURES <fixtures...>] [TIMEOUT <s>]
+#             [WEBENGINE])
 #
 # Builds tst_<name> as a Qt Test executable and registers it with CTest. Test executables land in
 # build/tests/ so that bin/ holds only what an installed player holds. FIXTURES names CTest
@@ -18,20 +19,46 @@ if(KV_SANITIZE MATCHES "address")
     if(KV_MESA_SWRAST)
         string(APPEND kv_preload " ${KV_MESA_SWRAST}")
     endif()
-    list(APPEND KV_TEST_ENVIRONMENT
-        "LD_PRELOAD=${kv_preload}"
-        "LSAN_OPTIONS=suppressions=${CMAKE_SOURCE_DIR}/tests/sanitizer/lsan.supp:print_suppressions=0")
+    list(APPEND KV_TEST_ENVIRONMENT "LD_PRELOAD=${kv_preload}")
+endif()
+
+# Under ThreadSanitizer, reports that come from inside Qt are suppressed (see the file for why);
+# any other report fails the test.
+# Tests that run QtWebEngine (the map, the window) get the same lists plus the web engine's own:
+# Chromium inside it keeps process-wide allocations to the end and runs threads of its own that
+# no sanitizer instruments, so what it reports about itself is not the player's. The sanitizer
+# takes one file, so the two lists are joined at configure time.
+set(kv_sanitizer_dir ${CMAKE_SOURCE_DIR}/tests/sanitizer)
+function(kv_join_suppressions output)
+    set(text "")
+    foreach(input IN LISTS ARGN)
+        file(READ ${kv_sanitizer_dir}/${input} part)
+        string(APPEND text "${part}")
+    endforeach()
+    file(WRITE ${CMAKE_BINARY_DIR}/sanitizer/${output} "${text}")
+    set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${ARGN})
+endfunction()
+set(KV_WEBENGINE_TEST_ENVIRONMENT ${KV_TEST_ENVIRONMENT})
+if(KV_SANITIZE MATCHES "address")
+    kv_join_suppressions(webengine.lsan.supp lsan.supp webengine.lsan.supp)
+    set(kv_lsan "print_suppressions=0:suppressions=")
+    list(APPEND KV_TEST_ENVIRONMENT "LSAN_OPTIONS=${kv_lsan}${kv_sanitizer_dir}/lsan.supp")
+    list(APPEND KV_WEBENGINE_TEST_ENVIRONMENT
+        "LSAN_OPTIONS=${kv_lsan}${CMAKE_BINARY_DIR}/sanitizer/webengine.lsan.supp")
 endif()
 
 # Under ThreadSanitizer, reports that come from inside Qt are suppressed (see the file for why);
 # any other report fails the test.
 if(KV_SANITIZE MATCHES "thread")
-    list(APPEND KV_TEST_ENVIRONMENT
-        "TSAN_OPTIONS=suppressions=${CMAKE_SOURCE_DIR}/tests/sanitizer/tsan.supp:second_deadlock_stack=1")
+    kv_join_suppressions(webengine.tsan.supp tsan.supp webengine.tsan.supp)
+    set(kv_tsan "second_deadlock_stack=1:suppressions=")
+    list(APPEND KV_TEST_ENVIRONMENT "TSAN_OPTIONS=${kv_tsan}${kv_sanitizer_dir}/tsan.supp")
+    list(APPEND KV_WEBENGINE_TEST_ENVIRONMENT
+        "TSAN_OPTIONS=${kv_tsan}${CMAKE_BINARY_DIR}/sanitizer/webengine.tsan.supp")
 endif()
 
 function(kv_add_test name)
-    cmake_parse_arguments(ARG "" "TIMEOUT" "SOURCES;LIBS;FIXTURES" ${ARGN})
+    cmake_parse_arguments(ARG "WEBENGINE" "TIMEOUT" "SOURCES;LIBS;FIXTURES" ${ARGN})
     set(target tst_${name})
     add_executable(${target} ${ARG_SOURCES})
     set_target_properties(${target} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
@@ -47,10 +74,20 @@ function(kv_add_test name)
         set(ARG_TIMEOUT 300)
     endif()
     set_tests_properties(${name} PROPERTIES TIMEOUT ${ARG_TIMEOUT})
-    if(KV_TEST_ENVIRONMENT)
-        set_tests_properties(${name} PROPERTIES ENVIRONMENT "${KV_TEST_ENVIRONMENT}")
+    if(ARG_WEBENGINE)
+        kv_set_test_environment(${name} ${KV_WEBENGINE_TEST_ENVIRONMENT})
+    else()
+        kv_set_test_environment(${name} ${KV_TEST_ENVIRONMENT})
     endif()
     if(ARG_FIXTURES)
         set_tests_properties(${name} PROPERTIES FIXTURES_REQUIRED "${ARG_FIXTURES}")
+    endif()
+endfunction()
+
+# kv_set_test_environment(<test> <VAR=value>...): the environment of a registered test, extended
+# by what the sanitizer build needs (nothing in a plain build).
+function(kv_set_test_environment name)
+    if(ARGN)
+        set_tests_properties(${name} PROPERTIES ENVIRONMENT "${ARGN}")
     endif()
 endfunction()
