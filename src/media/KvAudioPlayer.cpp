@@ -90,19 +90,39 @@ QAudioFormat KvAudioPlayer::audioFormat(int sampleRate, int sampleFormat, int ch
 
 void KvAudioPlayer::start(int sampleRate, int sampleFormat, int channels) {
     stop();
+    prepare(sampleRate, sampleFormat, channels);
+    open();
+}
+
+void KvAudioPlayer::stop() {
+    close();
+}
+
+void KvAudioPlayer::prepare(int sampleRate, int sampleFormat, int channels) {
     QAudioFormat format = audioFormat(sampleRate, sampleFormat, channels);
     const QAudioDeviceInfo info = QAudioDeviceInfo::defaultOutputDevice();
     if (!info.isFormatSupported(format)) {
         qCDebug(kvMedia, "format not support, reformat");
         format = info.nearestFormat(format);
     }
-    output = new QAudioOutput(format);
-    output->setVolume(volume.load());
+    _format = format;
+    _prepared = true;
+}
+
+void KvAudioPlayer::open() {
+    if (!_prepared || output != nullptr) {
+        return;
+    }
+    output = new QAudioOutput(_format);
+    _appliedVolume = volume.load();
+    output->setVolume(_appliedVolume);
     device = output->start();
 }
 
-void KvAudioPlayer::stop() {
+void KvAudioPlayer::close() {
     if (output != nullptr) {
+        _noteProcessed();
+        _closedUSecs = _processedUSecs.load();
         output->stop();
         delete output;
         output = nullptr;
@@ -111,10 +131,8 @@ void KvAudioPlayer::stop() {
 }
 
 void KvAudioPlayer::setVolume(float value) {
+    // Applied to the output by its own thread, before its next write.
     volume.store(value);
-    if (output != nullptr) {
-        output->setVolume(value);
-    }
 }
 
 float KvAudioPlayer::getVolume() const {
@@ -122,11 +140,23 @@ float KvAudioPlayer::getVolume() const {
 }
 
 QAudioFormat KvAudioPlayer::format() const {
-    return output != nullptr ? output->format() : QAudioFormat();
+    return _format;
 }
 
 qint64 KvAudioPlayer::processedUSecs() const {
-    return output != nullptr ? output->processedUSecs() : 0;
+    return _processedUSecs.load();
+}
+
+void KvAudioPlayer::_applyVolume() {
+    const float wanted = volume.load();
+    if (wanted != _appliedVolume) {
+        _appliedVolume = wanted;
+        output->setVolume(wanted);
+    }
+}
+
+void KvAudioPlayer::_noteProcessed() {
+    _processedUSecs.store(_closedUSecs + output->processedUSecs());
 }
 
 int KvAudioPlayer::write(const unsigned char* data, int length) {
@@ -136,6 +166,7 @@ int KvAudioPlayer::write(const unsigned char* data, int length) {
     if (length < 1 || device == nullptr) {
         return 0;
     }
+    _applyVolume();
     int offset = 0;
     while (offset < length) {
         const int period = output->periodSize();
@@ -162,5 +193,6 @@ int KvAudioPlayer::write(const unsigned char* data, int length) {
             break;
         }
     }
+    _noteProcessed();
     return 0;
 }

@@ -292,9 +292,10 @@ void KvFFPlayer::_startAudio() {
         new KvAudioQueue(decoder->sample_rate, layoutMask(decoder->ch_layout),
                          decoder->ch_layout.nb_channels, decoder->sample_fmt,
                          preferred.sampleRate(), outLayout, preferred.channelCount(), outFormat);
+    // The output itself is opened by the audio thread, which alone uses it (see _doPlayAudio).
     audioPlayer = new KvAudioPlayer();
     audioPlayer->setVolume(volume);
-    audioPlayer->start(preferred.sampleRate(), outFormat, preferred.channelCount());
+    audioPlayer->prepare(preferred.sampleRate(), outFormat, preferred.channelCount());
 }
 
 void KvFFPlayer::start() {
@@ -415,9 +416,20 @@ void KvFFPlayer::pause() {
 }
 
 void KvFFPlayer::seek(double seconds) {
+    // A core whose file was read to its end (a rear clip shorter than the front) has no decode
+    // thread left to carry a seek out: decoding starts again, and presentation with it when it
+    // was running, so the channel plays on from the new position.
+    const bool ended = reader != nullptr && decodeThread != nullptr && !_decoding.load();
+    const bool presenting = ended && isPlaying();
+    if (ended) {
+        start();
+    }
     // A user's seek lands on the picture at the target, not on the key frame before it: two
     // cameras with key frames in different places then land on the same instant.
     _requestSeek(seconds, _landOn(seconds));
+    if (presenting) {
+        play();
+    }
 }
 
 int KvFFPlayer::startPlay(const char* path) {
@@ -438,11 +450,9 @@ void KvFFPlayer::stop() {
     decodeThread = nullptr;
     _decoding.store(false);
     _setPresenting(false);
-    if (audioPlayer != nullptr) {
-        audioPlayer->stop();
-        delete audioPlayer;
-        audioPlayer = nullptr;
-    }
+    // The audio thread has closed the output when it ended.
+    delete audioPlayer;
+    audioPlayer = nullptr;
     _destroyQueues();
 }
 
@@ -839,6 +849,8 @@ void KvFFPlayer::_doPlayAudio() {
         audioPlayer == nullptr) {
         return;
     }
+    // The output lives on this thread, from here to the end of the run (a pause or a stop).
+    audioPlayer->open();
     while (!workerStopped()) {
         // Audio never runs ahead of the picture.
         if (audioTime.load() > videoTime.load() || _seekPending()) {
@@ -862,6 +874,7 @@ void KvFFPlayer::_doPlayAudio() {
         }
         delete block;
     }
+    audioPlayer->close();
 }
 
 int KvFFPlayer::_doSeek(double seconds, int flags) {

@@ -201,7 +201,7 @@ protected:
     MutexQueue* videoQueue = nullptr;
     KvAudioQueue* audioQueue = nullptr;
     std::atomic<KvVideoSink*> videoView{nullptr};
-    KvAudioPlayer* audioPlayer = nullptr; // GUI thread starts/stops it; the audio thread writes
+    KvAudioPlayer* audioPlayer = nullptr; // GUI thread creates/deletes it; the audio thread opens, writes and closes its output
     std::atomic<bool> audioDisabled{false};
     float volume = 1.0f; // GUI thread
     // True from start() until the decode loop has ended: the presentation threads end when their
