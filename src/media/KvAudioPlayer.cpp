@@ -88,6 +88,17 @@ QAudioFormat KvAudioPlayer::audioFormat(int sampleRate, int sampleFormat, int ch
     return format;
 }
 
+int KvAudioPlayer::sampleFormatOf(const QAudioFormat& format) {
+    switch (format.sampleType()) {
+    case QAudioFormat::SignedInt:
+        return format.sampleSize() == 32 ? kS32 : format.sampleSize() == 64 ? kS64 : kS16;
+    case QAudioFormat::UnSignedInt:
+        return kU8;
+    default:
+        return format.sampleSize() == 32 ? kFlt : kDbl;
+    }
+}
+
 void KvAudioPlayer::start(int sampleRate, int sampleFormat, int channels) {
     stop();
     prepare(sampleRate, sampleFormat, channels);
@@ -120,9 +131,8 @@ void KvAudioPlayer::open() {
 }
 
 void KvAudioPlayer::close() {
+    _processedUSecs.store(0);
     if (output != nullptr) {
-        _noteProcessed();
-        _closedUSecs = _processedUSecs.load();
         output->stop();
         delete output;
         output = nullptr;
@@ -156,7 +166,7 @@ void KvAudioPlayer::_applyVolume() {
 }
 
 void KvAudioPlayer::_noteProcessed() {
-    _processedUSecs.store(_closedUSecs + output->processedUSecs());
+    _processedUSecs.store(output->processedUSecs());
 }
 
 int KvAudioPlayer::write(const unsigned char* data, int length) {

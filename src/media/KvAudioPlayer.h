@@ -49,10 +49,11 @@ public:
     // The QAudioFormat for an FFmpeg sample format code; an unknown code leaves sample size and
     // type unset.
     static QAudioFormat audioFormat(int sampleRate, int sampleFormat, int channels);
+    // The FFmpeg sample format code closest to a device format.
+    static int sampleFormatOf(const QAudioFormat& format);
     // The format the device is opened with (after any fallback); invalid before prepare().
     QAudioFormat format() const;
-    // Microseconds of audio the device has played so far, over every open of this player; 0
-    // before the first write.
+    // Microseconds of audio the open output has played so far; 0 while it is closed.
     qint64 processedUSecs() const;
 
 protected:
@@ -70,8 +71,6 @@ private:
     bool _prepared = false;
     // The volume last applied to output; owning thread only.
     float _appliedVolume = -1.0f;
-    // Played time of the outputs already closed, and of all of them; written by the owning
-    // thread, read by any.
-    qint64 _closedUSecs = 0;
+    // Played time of the open output; written by the owning thread, read by any.
     std::atomic<qint64> _processedUSecs{0};
 };

@@ -1,11 +1,13 @@
 #include "KvAudioQueue.h"
 
 #include "KvAudioData.h"
+#include "KvAudioPlayer.h"
 #include "KvLogCategories.h"
 #include "KvYUVData.h"
 #include "MutexQueue.h"
 
 extern "C" {
+#include <libavcodec/avcodec.h>
 #include <libavutil/channel_layout.h>
 #include <libavutil/fifo.h>
 #include <libavutil/frame.h>
@@ -205,6 +207,29 @@ void KvAudioQueue::clear() {
     for (AVFifo* fifo : fifos) {
         if (fifo != nullptr) {
             av_fifo_reset2(fifo);
+        }
+    }
+}
+
+long long KvAudioQueue::layoutMask(const AVChannelLayout& layout) {
+    return layout.order == AV_CHANNEL_ORDER_NATIVE ? static_cast<long long>(layout.u.mask) : 0;
+}
+
+KvAudioQueue* KvAudioQueue::forDevice(const AVCodecContext& decoder, const QAudioFormat& device) {
+    const int outFormat = KvAudioPlayer::sampleFormatOf(device);
+    const long long outLayout =
+        device.channelCount() == 1 ? AV_CH_LAYOUT_MONO : AV_CH_LAYOUT_STEREO;
+    return new KvAudioQueue(decoder.sample_rate, layoutMask(decoder.ch_layout),
+                            decoder.ch_layout.nb_channels, decoder.sample_fmt, device.sampleRate(),
+                            outLayout, device.channelCount(), outFormat);
+}
+
+void KvAudioQueue::dropBefore(double position) {
+    while (KvAudioData* block = popAudioData()) {
+        const double time = block->time;
+        delete block;
+        if (time >= position) {
+            break;
         }
     }
 }

@@ -4,10 +4,13 @@
 #include <mutex>
 #include <vector>
 
+struct AVChannelLayout;
+struct AVCodecContext;
 struct AVFifo;
 struct AVFrame;
 struct SwrContext;
 class KvAudioData;
+class QAudioFormat;
 class MutexQueue;
 
 // Converts decoded audio frames to the output device's sample format, cuts the converted stream
@@ -15,6 +18,12 @@ class MutexQueue;
 // time, in a locked FIFO. The decode thread pushes frames; the audio thread pops blocks.
 class KvAudioQueue {
 public:
+    // A queue that converts the decoder's audio to the device's preferred format: its rate, its
+    // channel count (mono, else stereo) and the sample format closest to it.
+    static KvAudioQueue* forDevice(const AVCodecContext& decoder, const QAudioFormat& device);
+    // The channel mask of a decoder's layout, 0 when the layout is not a mask.
+    static long long layoutMask(const AVChannelLayout& layout);
+
     // Layouts are channel masks; a layout of 0 stands for the single front-left channel.
     KvAudioQueue(int inRate, long long inLayout, int inChannels, int inFormat, int outRate,
                  long long outLayout, int outChannels, int outFormat);
@@ -30,6 +39,9 @@ public:
     void pushFrame(const AVFrame* frame, double time);
     // The oldest block or null; the caller owns it.
     KvAudioData* popAudioData();
+    // Drops the blocks before position (seconds) and the first one at or after it: the sound
+    // behind a stepped picture is not played afterwards.
+    void dropBefore(double position);
     int64_t size();
     // Drops the queued blocks and the samples waiting in the FIFOs.
     void clear();

@@ -1,10 +1,17 @@
 #include "KvFFPlayer.h"
 
+#include "KvFollowPacing.h"
+#include "KvLeadPacing.h"
+#include "KvPictureConverter.h"
+#include "KvStepCache.h"
+
 #include "KvAudioData.h"
 #include "KvAudioPlayer.h"
 #include "KvAudioQueue.h"
+#include "KvFFmpegPtr.h"
 #include "KvLogCategories.h"
 #include "KvPlayerStatus.h"
+#include "KvPlayerTiming.h"
 #include "KvSharedClock.h"
 #include "KvVideoSink.h"
 #include "KvYUV420P.h"
@@ -12,215 +19,23 @@
 #include "StreamReader.h"
 
 extern "C" {
-#include <libavutil/channel_layout.h>
 #include <libavutil/error.h>
-#include <libavutil/mem.h>
 #include <libavutil/time.h>
-#include <libswscale/swscale.h>
 }
 
 #include <QAudioDeviceInfo>
-#include <QFileInfo>
 #include <QThread>
 
 #include <algorithm>
-#include <limits>
-#include <memory>
+
+using namespace KvPlayerTiming;
 
 namespace {
 
-// Every wait of the player is a short sleep of this length.
-constexpr unsigned long kPollMs = 1;
-// Longest single sleep of the video thread while it waits for a picture's due time.
-constexpr int64_t kMaxPacingSleepUs = 10000;
-// Seek flags of a requested seek: land on the key frame at or before the target.
-constexpr int kSeekFlags = AVSEEK_FLAG_BACKWARD | AVSEEK_FLAG_FRAME;
-// Pictures the decode thread keeps ahead: twice the encoder's GOP, within these bounds.
-constexpr int kMinFrameCache = 30;
-constexpr int kMaxFrameCache = 60;
-// Below this GOP size the cache keeps its minimum.
-constexpr int kSmallGop = 15;
-// Pacing step when the stream does not tell its frame rate (about 30 pictures a second).
-constexpr long long kDefaultStepUs = 33000;
-constexpr int kDefaultIntervalMs = 33;
-// A backward step first seeks this far before the current picture, so that the cache refills
-// with the pictures before it (to the start when the picture is within the first second).
-constexpr double kStepBackSeconds = 0.5;
-constexpr double kStepBackFromStart = 1.0;
-// Timestamps of pictures are rounded to the container's time base: two times this close are
-// the same instant.
-constexpr double kTimeEpsilon = 0.001;
-// Keep every picture and audio frame (no seek is landing).
-constexpr double kKeepAll = std::numeric_limits<double>::lowest();
-// A following core waits this long for the leading core to anchor the shared clock after a play
-// or a seek, then paces on its own (the leader may have nothing to show, or be stuck).
-constexpr int64_t kMaxLeaderWaitUs = 1000000;
 // Size of the buffer for FFmpeg's error texts.
 constexpr int kErrorTextSize = 1024;
-// Extra bytes behind each converted plane: the scaler writes whole chroma samples, one column
-// and row more than width/2 x height/2 for odd sizes.
-constexpr int kPlanePadding = 64;
-
-// The worker running on this thread, if any, so that the player's loops can see their own stop
-// flag.
-thread_local const KvThread* tl_worker = nullptr;
-
-bool workerStopped() {
-    return tl_worker != nullptr && tl_worker->isStopped();
-}
-
-void sleepPoll() {
-    QThread::msleep(kPollMs);
-}
-
-struct PacketDeleter {
-    void operator()(AVPacket* packet) const { av_packet_free(&packet); }
-};
-struct FrameDeleter {
-    void operator()(AVFrame* frame) const { av_frame_free(&frame); }
-};
-
-// The channel mask of a decoder's layout, 0 when the layout is not a mask.
-long long layoutMask(const AVChannelLayout& layout) {
-    return layout.order == AV_CHANNEL_ORDER_NATIVE ? static_cast<long long>(layout.u.mask) : 0;
-}
-
-// The FFmpeg sample format closest to a device format.
-AVSampleFormat sampleFormatOf(const QAudioFormat& format) {
-    switch (format.sampleType()) {
-    case QAudioFormat::SignedInt:
-        return format.sampleSize() == 32   ? AV_SAMPLE_FMT_S32
-               : format.sampleSize() == 64 ? AV_SAMPLE_FMT_S64
-                                           : AV_SAMPLE_FMT_S16;
-    case QAudioFormat::UnSignedInt:
-        return AV_SAMPLE_FMT_U8;
-    default:
-        return format.sampleSize() == 32 ? AV_SAMPLE_FMT_FLT : AV_SAMPLE_FMT_DBL;
-    }
-}
-
-// A step's copy of a cached picture, which stays in the queue.
-KvYUV420P* copyPicture(const KvYUV420P* picture) {
-    const unsigned char* planes[3] = {picture->y, picture->u, picture->v};
-    auto* copy = new KvYUV420P(planes, picture->width, picture->height, nullptr);
-    copy->time = picture->time;
-    return copy;
-}
-
-// What a following core does with the picture it holds.
-enum class FollowStep {
-    Wait, // until wakeAt
-    Show,
-    Skip, // behind the leader: drop it to catch up
-};
-
-// Pacing of a core that follows a shared clock: a picture is due by the leader's anchor, and is
-// held back while the leader has not yet shown the picture before it, so the follower neither
-// runs ahead of a leader that falls behind nor lags when it is slower itself (it skips pictures
-// then). While
-// there is no anchor, after waiting a little for one, the follower paces by an anchor of its own.
-// Video thread only.
-class FollowPacing {
-public:
-    // A play or a seek: the next picture starts the pacing afresh.
-    void restart(int64_t now) {
-        anchored = false;
-        waitSince = now;
-        gateSince = -1;
-        lastTime = kKeepAll;
-    }
-    FollowStep next(const KvSharedClock& clock, double time, double frameSeconds, int64_t now,
-                    bool more, int64_t* wakeAt) {
-        const int64_t step = static_cast<int64_t>(frameSeconds * 1000000);
-        int64_t due = 0;
-        const bool shared = clock.dueTime(time, &due);
-        const bool leading = clock.isLeaderPresenting();
-        *wakeAt = now + static_cast<int64_t>(kPollMs) * 1000;
-        if (!shared) {
-            if (leading && now - waitSince < kMaxLeaderWaitUs) {
-                return FollowStep::Wait; // the leader is about to anchor the clock
-            }
-            if (!anchored) {
-                anchored = true;
-                ownTime = time;
-                ownWall = now;
-            }
-            due = ownWall + static_cast<int64_t>((time - ownTime) * 1000000);
-        }
-        if (lastTime != kKeepAll && time <= lastTime + kTimeEpsilon) {
-            due = std::max(due, lastDue + step); // a timestamp that does not advance
-        }
-        if (now < due) {
-            *wakeAt = due;
-            return FollowStep::Wait;
-        }
-        FollowStep result =
-            shared && more && now - due > step ? FollowStep::Skip : FollowStep::Show;
-        if (shared && leading) {
-            // Both are due at once: the leader may still be showing the picture before. Only a
-            // leader further behind holds the follower back.
-            const double leader = clock.leaderPosition();
-            if (leader < time - frameSeconds - kTimeEpsilon) {
-                gateSince = gateSince < 0 ? now : gateSince;
-                if (now - gateSince < kMaxLeaderWaitUs) {
-                    return FollowStep::Wait; // the leader lags its clock: wait for it
-                }
-            }
-            result = more && leader >= time + frameSeconds - kTimeEpsilon ? FollowStep::Skip
-                                                                          : FollowStep::Show;
-        }
-        gateSince = -1;
-        if (result == FollowStep::Show) {
-            lastTime = time;
-            lastDue = due;
-        }
-        return result;
-    }
-
-private:
-    bool anchored = false;
-    double ownTime = 0;
-    int64_t ownWall = 0;
-    int64_t waitSince = 0;
-    int64_t gateSince = -1;     // since when the held picture waits for the leader
-    double lastTime = kKeepAll; // the picture shown last and when it was due
-    int64_t lastDue = 0;
-};
 
 } // namespace
-
-void KvFFPlayerThread::run() {
-    tl_worker = this;
-    _work();
-    tl_worker = nullptr;
-    _finished.store(true, std::memory_order_release);
-}
-
-void KvFFPlayerThread::stopAndDelete(KvFFPlayerThread* thread) {
-    if (thread == nullptr) {
-        return;
-    }
-    thread->stop();
-    thread->join();
-    // Pairs with the release at the end of run(): everything the worker did happens before the
-    // object goes away.
-    while (thread->isFinished() && !thread->_finished.load(std::memory_order_acquire)) {
-        QThread::msleep(kPollMs);
-    }
-    delete thread;
-}
-
-void KvDecodeThread::_work() {
-    player->_doDecode();
-}
-
-void KvVideoThread::_work() {
-    player->_doPlayVideo();
-}
-
-void KvAudioThread::_work() {
-    player->_doPlayAudio();
-}
 
 KvFFPlayer::KvFFPlayer() = default;
 
@@ -251,7 +66,6 @@ int KvFFPlayer::openInput(const char* path) {
     closeInput();
     reader = new StreamReader();
     reader->setUseHwaccel(hardwareDecode);
-    _path = QByteArray(path != nullptr ? path : "");
     return reader->startReading(path, nullptr);
 }
 
@@ -285,17 +99,12 @@ void KvFFPlayer::_startAudio() {
         return;
     }
     const QAudioFormat preferred = device.preferredFormat();
-    const AVSampleFormat outFormat = sampleFormatOf(preferred);
-    const long long outLayout =
-        preferred.channelCount() == 1 ? AV_CH_LAYOUT_MONO : AV_CH_LAYOUT_STEREO;
-    audioQueue =
-        new KvAudioQueue(decoder->sample_rate, layoutMask(decoder->ch_layout),
-                         decoder->ch_layout.nb_channels, decoder->sample_fmt,
-                         preferred.sampleRate(), outLayout, preferred.channelCount(), outFormat);
+    audioQueue = KvAudioQueue::forDevice(*decoder, preferred);
     // The output itself is opened by the audio thread, which alone uses it (see _doPlayAudio).
     audioPlayer = new KvAudioPlayer();
     audioPlayer->setVolume(volume);
-    audioPlayer->prepare(preferred.sampleRate(), outFormat, preferred.channelCount());
+    audioPlayer->prepare(preferred.sampleRate(), KvAudioPlayer::sampleFormatOf(preferred),
+                         preferred.channelCount());
 }
 
 void KvFFPlayer::start() {
@@ -320,8 +129,7 @@ void KvFFPlayer::start() {
     }
     if (const AVCodecContext* decoder = reader->getVideoCodecContext();
         reader->getVideoStream() != nullptr) {
-        const int gop = decoder != nullptr ? decoder->gop_size : 0;
-        frameCache = gop < kSmallGop ? kMinFrameCache : std::min(2 * gop, kMaxFrameCache);
+        frameCache = frameCacheFor(decoder != nullptr ? decoder->gop_size : 0);
         videoQueue = new MutexQueue(KvYUVDataFreeFunc);
     }
     qCDebug(kvMedia, "frameCache = %d", frameCache);
@@ -468,16 +276,11 @@ void KvFFPlayer::stopPlay() {
 }
 
 void KvFFPlayer::_destroyQueues() {
-    if (videoQueue != nullptr) {
-        videoQueue->clear();
-        delete videoQueue;
-        videoQueue = nullptr;
-    }
-    if (audioQueue != nullptr) {
-        audioQueue->clear();
-        delete audioQueue;
-        audioQueue = nullptr;
-    }
+    _clearQueues(); // the queues free what they hold
+    delete videoQueue;
+    videoQueue = nullptr;
+    delete audioQueue;
+    audioQueue = nullptr;
 }
 
 void KvFFPlayer::_clearQueues() {
@@ -520,63 +323,16 @@ void KvFFPlayer::setVolume(float value) {
 int KvFFPlayer::decodeVideo(const AVStream* stream, AVFrame* frame, int* gotPicture,
                             AVPacket* packet) {
     *gotPicture = 0;
-    AVCodecContext* decoder = reader != nullptr ? reader->getCodecContext(stream) : nullptr;
-    if (decoder == nullptr) {
-        return AVERROR(EINVAL);
-    }
-    if (packet != nullptr) {
-        const int sent = avcodec_send_packet(decoder, packet);
-        if (sent < 0 && sent != AVERROR_EOF) {
-            return sent;
-        }
-    }
-    const int received = avcodec_receive_frame(decoder, frame);
-    if (received < 0) {
-        return received;
-    }
-    *gotPicture = 1;
-    reader->doAfterDecode(frame);
-    return 0;
+    return reader != nullptr ? reader->decode(stream, frame, gotPicture, packet) : AVERROR(EINVAL);
 }
 
-KvYUV420P* KvFFPlayer::_makePicture(const AVFrame* frame) const {
-    const int width = frame->width;
-    const int height = frame->height;
-    if (width <= 0 || height <= 0) {
-        return nullptr;
-    }
-    if (frame->format == AV_PIX_FMT_YUV420P) {
-        return new KvYUV420P(const_cast<const unsigned char**>(frame->data), width, height,
-                             const_cast<int*>(frame->linesize));
-    }
-    SwsContext* scaler =
-        sws_getContext(width, height, static_cast<AVPixelFormat>(frame->format), width, height,
-                       AV_PIX_FMT_YUV420P, SWS_BICUBIC, nullptr, nullptr, nullptr);
-    if (scaler == nullptr) {
-        return nullptr;
-    }
-    const int lumaSize = width * height;
-    const int chromaSize = ((width / 2) * height) / 2;
-    auto* y = static_cast<uint8_t*>(av_malloc(static_cast<size_t>(lumaSize + kPlanePadding)));
-    auto* u = static_cast<uint8_t*>(
-        av_malloc(static_cast<size_t>(chromaSize + width / 2 + kPlanePadding)));
-    auto* v = static_cast<uint8_t*>(
-        av_malloc(static_cast<size_t>(chromaSize + width / 2 + kPlanePadding)));
-    uint8_t* planes[4] = {y, u, v, nullptr};
-    int linesizes[4] = {width, width / 2, width / 2, 0};
-    sws_scale(scaler, frame->data, frame->linesize, 0, height, planes, linesizes);
-    auto* picture =
-        new KvYUV420P(const_cast<const unsigned char**>(planes), width, height, linesizes);
-    sws_freeContext(scaler);
-    av_free(y);
-    av_free(u);
-    av_free(v);
-    return picture;
+KvYUV420P* KvFFPlayer::_makePicture(const AVFrame* frame) {
+    return _converter.convert(frame);
 }
 
 void KvFFPlayer::_doDecode() {
-    std::unique_ptr<AVPacket, PacketDeleter> packet(av_packet_alloc());
-    std::unique_ptr<AVFrame, FrameDeleter> frame(av_frame_alloc());
+    PacketPtr packet(av_packet_alloc());
+    FramePtr frame(av_frame_alloc());
     const AVStream* videoStream = reader->getVideoStream();
     const AVStream* audioStream = reader->getAudioStream();
     const double videoBase = videoStream != nullptr ? av_q2d(videoStream->time_base) : 0.0;
@@ -585,12 +341,12 @@ void KvFFPlayer::_doDecode() {
     // After a seek: what comes before these times is decoded only to reach the target.
     double keepFrom[2] = {kKeepAll, kKeepAll}; // pictures, audio
     int result = 0;
-    while (!workerStopped()) {
+    while (!kvWorkerStopped()) {
         if (seekRequested.exchange(false)) {
             _seekNow(keepFrom);
         }
         if (videoQueue != nullptr && videoQueue->size() > frameCache) {
-            sleepPoll();
+            kvSleepPoll();
             continue;
         }
         result = reader->readFrame(packet.get());
@@ -612,7 +368,7 @@ void KvFFPlayer::_doDecode() {
         }
         av_packet_unref(packet.get());
     }
-    if (result == AVERROR_EOF && _endedEarly()) {
+    if (result == AVERROR_EOF && reader->isCutShort()) {
         // The file is cut off: its index promises samples beyond its last byte.
         result = AVERROR_INVALIDDATA;
     }
@@ -672,19 +428,6 @@ void KvFFPlayer::_decodeAudio(AVCodecContext* decoder, const AVPacket* packet, A
         }
         av_frame_unref(frame);
     }
-}
-
-bool KvFFPlayer::_endedEarly() const {
-    const qint64 fileSize = QFileInfo(QString::fromUtf8(_path)).size();
-    for (AVStream* stream : {reader->getVideoStream(), reader->getAudioStream()}) {
-        const int entries = stream != nullptr ? avformat_index_get_entries_count(stream) : 0;
-        const AVIndexEntry* last =
-            entries > 0 ? avformat_index_get_entry(stream, entries - 1) : nullptr;
-        if (last != nullptr && fileSize > 0 && last->pos + last->size > fileSize) {
-            return true;
-        }
-    }
-    return false;
 }
 
 void KvFFPlayer::_renderVideo(KvYUV420P* picture) {
@@ -749,11 +492,10 @@ void KvFFPlayer::_doPlayVideo() {
     frameCount.store(0);
     KvYUV420P* held = nullptr; // taken from the queue, shown when it is due
     unsigned heldSeeks = _seeksDone.load();
-    double firstTime = 0;
-    int64_t clock0 = 0;
+    KvLeadPacing pacing(step);
     bool ranDry = false;
     bool afterSeek = false;
-    while (!workerStopped() && !ranDry) {
+    while (!kvWorkerStopped() && !ranDry) {
         // Read before the picture is taken: an anchor on a picture from before a newer play or
         // seek is refused.
         const unsigned clockSerial =
@@ -761,22 +503,17 @@ void KvFFPlayer::_doPlayVideo() {
         held = _nextPicture(held, &heldSeeks, &ranDry, &afterSeek);
         if (held == nullptr) {
             if (!ranDry) {
-                sleepPoll();
+                kvSleepPoll();
             }
             continue;
         }
         const int64_t now = av_gettime();
         const int count = frameCount.load();
         if (count == 0) {
-            firstTime = held->time;
-            clock0 = now;
-            _anchorSharedClock(clockSerial, clock0, firstTime);
+            pacing.anchor(held->time, now);
+            _anchorSharedClock(clockSerial, now, held->time);
         }
-        // Each picture is shown at its own time after the anchor; the fixed step only spaces
-        // pictures whose timestamp does not advance.
-        const double delta = held->time - firstTime;
-        const int64_t due =
-            delta > 0 ? clock0 + static_cast<int64_t>(delta * 1000000) : clock0 + count * step;
+        const int64_t due = pacing.due(held->time, count);
         if (now < due) {
             // Sleeping to the due time in one go, rather than in 1 ms steps, saves two player
             // cores some 30 wake-ups per picture; the cap keeps a stop request prompt.
@@ -803,15 +540,15 @@ void KvFFPlayer::_doFollowVideo() {
     qCDebug(kvMedia, "interval %lld", static_cast<long long>(_frameSeconds * 1000000));
     KvYUV420P* held = nullptr; // taken from the queue, shown when it is due
     unsigned heldSeeks = _seeksDone.load();
-    FollowPacing pacing;
+    KvFollowPacing pacing;
     pacing.restart(av_gettime());
     bool ranDry = false;
     bool afterSeek = false;
-    while (!workerStopped() && !ranDry) {
+    while (!kvWorkerStopped() && !ranDry) {
         held = _nextPicture(held, &heldSeeks, &ranDry, &afterSeek);
         if (held == nullptr) {
             if (!ranDry) {
-                sleepPoll();
+                kvSleepPoll();
             }
             continue;
         }
@@ -822,14 +559,14 @@ void KvFFPlayer::_doFollowVideo() {
         int64_t wakeAt = now;
         switch (
             pacing.next(*clock, held->time, _frameSeconds, now, videoQueue->size() > 0, &wakeAt)) {
-        case FollowStep::Wait:
+        case KvFollowStep::Wait:
             QThread::usleep(static_cast<unsigned long>(std::min(wakeAt - now, kMaxPacingSleepUs)));
             continue;
-        case FollowStep::Skip:
+        case KvFollowStep::Skip:
             KvYUVDataFree(held);
             held = nullptr;
             continue;
-        case FollowStep::Show:
+        case KvFollowStep::Show:
             break;
         }
         _renderVideo(held);
@@ -851,10 +588,10 @@ void KvFFPlayer::_doPlayAudio() {
     }
     // The output lives on this thread, from here to the end of the run (a pause or a stop).
     audioPlayer->open();
-    while (!workerStopped()) {
+    while (!kvWorkerStopped()) {
         // Audio never runs ahead of the picture.
         if (audioTime.load() > videoTime.load() || _seekPending()) {
-            sleepPoll();
+            kvSleepPoll();
             continue;
         }
         KvAudioData* block = audioQueue->popAudioData();
@@ -862,7 +599,7 @@ void KvFFPlayer::_doPlayAudio() {
             if (!_decoding.load(std::memory_order_acquire)) {
                 break;
             }
-            sleepPoll();
+            kvSleepPoll();
             continue;
         }
         audioTime.store(block->time);
@@ -894,16 +631,8 @@ int KvFFPlayer::_doSeek(double seconds, int flags) {
 }
 
 void KvFFPlayer::_syncAudio2Video() {
-    if (audioQueue == nullptr) {
-        return;
-    }
-    const double position = current();
-    while (KvAudioData* block = audioQueue->popAudioData()) {
-        const double time = block->time;
-        delete block;
-        if (time >= position) {
-            break;
-        }
+    if (audioQueue != nullptr) {
+        audioQueue->dropBefore(current());
     }
 }
 
@@ -943,22 +672,8 @@ void KvFFPlayer::playPrevVideo() {
 }
 
 void KvFFPlayer::_playNextFrameAtVideoQueue() {
-    const double cursor = frameTime.load();
-    KvYUV420P* copy = nullptr;
     double next = -1.0;
-    videoQueue->lock();
-    for (KvQueueNode* node = videoQueue->headNode(); node != nullptr; node = node->next) {
-        const auto* picture = static_cast<const KvYUV420P*>(node->data);
-        const auto* following =
-            node->next != nullptr ? static_cast<const KvYUV420P*>(node->next->data) : nullptr;
-        if (picture->time == cursor ||
-            (picture->time <= cursor && following != nullptr && following->time > cursor)) {
-            copy = copyPicture(picture);
-            next = following != nullptr ? following->time : -1.0;
-            break;
-        }
-    }
-    videoQueue->unlock();
+    KvYUV420P* copy = KvStepCache::stepForward(*videoQueue, frameTime.load(), &next);
     if (copy != nullptr) {
         frameTime.store(next);
         _renderVideo(copy);
@@ -971,34 +686,8 @@ void KvFFPlayer::_playNextFrameAtVideoQueue() {
 }
 
 void KvFFPlayer::_playPrevFrameAtVideoQueue() {
-    const double cursor = frameTime.load();
-    KvYUV420P* copy = nullptr;
     double previousTime = -1.0;
-    qCDebug(kvMedia, "frameTime = %lf", cursor);
-    videoQueue->lock();
-    const KvYUV420P* previous = nullptr;
-    for (KvQueueNode* node = videoQueue->headNode(); node != nullptr; node = node->next) {
-        const auto* picture = static_cast<const KvYUV420P*>(node->data);
-        qCDebug(kvMedia, "now time = %lf", picture->time);
-        const bool exact = picture->time == cursor;
-        const bool straddles =
-            previous != nullptr && picture->time >= cursor && cursor > previous->time;
-        if (exact || straddles) {
-            copy = copyPicture(picture);
-            previousTime = previous != nullptr ? previous->time : -1.0;
-            if (exact) {
-                qCDebug(kvMedia, "last frame time = %lf", previousTime);
-            } else {
-                qCDebug(kvMedia, "center frame time = %lf", previousTime);
-            }
-            break;
-        }
-        previous = picture;
-    }
-    videoQueue->unlock();
-    if (copy == nullptr) {
-        qCDebug(kvMedia, "not find");
-    }
+    KvYUV420P* copy = KvStepCache::stepBackward(*videoQueue, frameTime.load(), &previousTime);
     frameTime.store(previousTime);
     if (copy != nullptr) {
         _renderVideo(copy);

@@ -1,6 +1,7 @@
 #pragma once
 
-#include "KvThread.h"
+#include "KvFFPlayerThread.h"
+#include "KvPictureConverter.h"
 
 #include <QByteArray>
 
@@ -28,49 +29,6 @@ class StreamReader;
 // video thread (on the GUI thread for single-frame steps); the owner forwards it to its own
 // thread.
 using KvPlayerCallback = void (*)(void* context, int code, double time, double duration);
-
-// A worker of one player core. run() does the player's work and then releases _finished, which
-// joinAndDelete() acquires before destroying the object: QThread ends a thread and wakes its
-// waiters through locks that ThreadSanitizer cannot see.
-class KvFFPlayerThread : public KvThread {
-public:
-    explicit KvFFPlayerThread(KvFFPlayer* player) : player(player) {}
-    // Stops, joins and destroys the thread; harmless for null.
-    static void stopAndDelete(KvFFPlayerThread* thread);
-
-protected:
-    void run() final;
-    virtual void _work() = 0;
-
-    KvFFPlayer* player;
-
-private:
-    std::atomic<bool> _finished{false};
-};
-
-class KvDecodeThread : public KvFFPlayerThread {
-public:
-    using KvFFPlayerThread::KvFFPlayerThread;
-
-protected:
-    void _work() override;
-};
-
-class KvVideoThread : public KvFFPlayerThread {
-public:
-    using KvFFPlayerThread::KvFFPlayerThread;
-
-protected:
-    void _work() override;
-};
-
-class KvAudioThread : public KvFFPlayerThread {
-public:
-    using KvFFPlayerThread::KvFFPlayerThread;
-
-protected:
-    void _work() override;
-};
 
 // Plays one media file: a decode thread demultiplexes and decodes into a picture queue (kept at
 // most frameCache pictures ahead) and an audio queue; a video thread paces the pictures by their
@@ -163,13 +121,11 @@ protected:
     void _anchorSharedClock(unsigned serial, int64_t wallUs, double mediaTime);
     void _setPresenting(bool presenting);
     bool _seekPending() const;
-    bool _endedEarly() const;
-    KvYUV420P* _makePicture(const AVFrame* frame) const;
+    KvYUV420P* _makePicture(const AVFrame* frame);
     void _startAudio();
 
     // Created and destroyed by the GUI thread while no worker runs; used by the decode thread.
     StreamReader* reader = nullptr;
-    QByteArray _path; // of the open file; GUI thread writes it before the decode thread runs
     bool hardwareDecode = false;
     // GUI thread only: the workers of the current run (null when not running).
     KvDecodeThread* decodeThread = nullptr;
@@ -201,7 +157,10 @@ protected:
     MutexQueue* videoQueue = nullptr;
     KvAudioQueue* audioQueue = nullptr;
     std::atomic<KvVideoSink*> videoView{nullptr};
-    KvAudioPlayer* audioPlayer = nullptr; // GUI thread creates/deletes it; the audio thread opens, writes and closes its output
+    // Frames to pictures; decode thread only.
+    KvPictureConverter _converter;
+    // GUI thread creates and deletes it; the audio thread opens, writes and closes its output.
+    KvAudioPlayer* audioPlayer = nullptr;
     std::atomic<bool> audioDisabled{false};
     float volume = 1.0f; // GUI thread
     // True from start() until the decode loop has ended: the presentation threads end when their

@@ -1,5 +1,7 @@
 #include "KvMediaUtils.h"
 
+#include "KvFFmpegPtr.h"
+
 #include "StreamReader.h"
 
 extern "C" {
@@ -35,23 +37,6 @@ constexpr AVPixelFormat kJpegConvertedFormat = AV_PIX_FMT_YUVJ420P;
 constexpr int kConvertedAlign = 32;
 // Seek flag of writeVideoThumb(): AVSEEK_FLAG_FRAME.
 constexpr int kThumbSeekFlags = AVSEEK_FLAG_FRAME;
-
-struct FrameDeleter {
-    void operator()(AVFrame* frame) const { av_frame_free(&frame); }
-};
-struct PacketDeleter {
-    void operator()(AVPacket* packet) const { av_packet_free(&packet); }
-};
-struct CodecContextDeleter {
-    void operator()(AVCodecContext* context) const { avcodec_free_context(&context); }
-};
-struct ScalerDeleter {
-    void operator()(SwsContext* scaler) const { sws_freeContext(scaler); }
-};
-using FramePtr = std::unique_ptr<AVFrame, FrameDeleter>;
-using PacketPtr = std::unique_ptr<AVPacket, PacketDeleter>;
-using CodecContextPtr = std::unique_ptr<AVCodecContext, CodecContextDeleter>;
-using ScalerPtr = std::unique_ptr<SwsContext, ScalerDeleter>;
 
 // A reader that is stopped and destroyed on every way out.
 struct ReaderCloser {

@@ -3,6 +3,7 @@
 #include "KvLogCategories.h"
 #include "KvMediaUtils.h"
 
+#include <QFileInfo>
 #include <QtGlobal>
 
 #include <cstdlib>
@@ -334,4 +335,39 @@ int StreamReader::seek(double seconds, int flags) {
 
 int StreamReader::doAfterDecode(AVFrame* /*frame*/) {
     return -1;
+}
+
+int StreamReader::decode(const AVStream* stream, AVFrame* frame, int* gotPicture,
+                         AVPacket* packet) {
+    *gotPicture = 0;
+    AVCodecContext* decoder = getCodecContext(stream);
+    if (decoder == nullptr) {
+        return AVERROR(EINVAL);
+    }
+    if (packet != nullptr) {
+        const int sent = avcodec_send_packet(decoder, packet);
+        if (sent < 0 && sent != AVERROR_EOF) {
+            return sent;
+        }
+    }
+    const int received = avcodec_receive_frame(decoder, frame);
+    if (received < 0) {
+        return received;
+    }
+    *gotPicture = 1;
+    doAfterDecode(frame);
+    return 0;
+}
+
+bool StreamReader::isCutShort() const {
+    const qint64 fileSize = url != nullptr ? QFileInfo(QString::fromUtf8(url)).size() : 0;
+    for (AVStream* stream : {getVideoStream(), getAudioStream()}) {
+        const int entries = stream != nullptr ? avformat_index_get_entries_count(stream) : 0;
+        const AVIndexEntry* last =
+            entries > 0 ? avformat_index_get_entry(stream, entries - 1) : nullptr;
+        if (last != nullptr && fileSize > 0 && last->pos + last->size > fileSize) {
+            return true;
+        }
+    }
+    return false;
 }

@@ -59,6 +59,12 @@ public:
 
     // Called by the player after each decoded video frame. The base reader has nothing to do.
     int doAfterDecode(AVFrame* frame);
+    // Decodes one packet (null: none, to drain) of the stream into frame with the stream's
+    // decoder; *gotPicture tells whether a frame came out. Negative FFmpeg codes on failure.
+    int decode(const AVStream* stream, AVFrame* frame, int* gotPicture, AVPacket* packet);
+    // Whether the file is cut off: its index promises samples beyond its last byte (a clip the
+    // camera was still writing when the power went).
+    bool isCutShort() const;
 
 protected:
     virtual int _doOpenInput(const char* url, const AVInputFormat* format, AVDictionary** options);

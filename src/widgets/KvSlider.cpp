@@ -1,6 +1,7 @@
 #include "KvSlider.h"
 
 #include <QMouseEvent>
+#include <QSignalBlocker>
 #include <QWheelEvent>
 
 #include <cstdlib>
@@ -57,9 +58,15 @@ void KvSlider::mouseMoveEvent(QMouseEvent* event) {
 }
 
 void KvSlider::mouseReleaseEvent(QMouseEvent* event) {
-    Q_UNUSED(event);
-    // The base release handling is skipped on purpose: the slider reports the release itself.
     _pressed = false;
+    // The slider reports every release itself, exactly once, also the release of a jump press
+    // that QSlider never saw. QSlider's own release handling still runs, silenced, so that it
+    // ends its drag: otherwise it believes the handle is still down and never announces the
+    // next press (tst_kvslider's everyPressAndReleaseIsAnnouncedOnce).
+    {
+        const QSignalBlocker silenced(this);
+        QSlider::mouseReleaseEvent(event);
+    }
     emit sliderReleased();
 }
 
@@ -84,5 +91,8 @@ bool KvSlider::_jumpTo(const QMouseEvent* event) {
         return false; // on or near the handle: let the press start a drag
     }
     setValue(static_cast<int>(qBound<qint64>(minimum(), target, maximum())));
+    // No drag starts, but the user pressed the slider all the same: listeners that hold their
+    // updates while the slider is pressed hear of it, as they hear of its release.
+    emit sliderPressed();
     return true;
 }

@@ -4,7 +4,8 @@
 
 // The player's time and volume slider: a thin orange progress line with an image handle. A press
 // away from the handle jumps to the pressed position; a press on or near it starts an ordinary
-// drag. The wheel never moves it.
+// drag. The wheel never moves it. Every press, a jump or a drag, is announced with
+// sliderPressed() and every release with one sliderReleased().
 class KvSlider : public QSlider {
     Q_OBJECT
 public:

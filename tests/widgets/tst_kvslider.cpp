@@ -1,5 +1,5 @@
-#include "KvTestMain.h"
 #include "KvSlider.h"
+#include "KvTestMain.h"
 
 #include <QSignalSpy>
 #include <QWheelEvent>
@@ -43,6 +43,7 @@ private slots:
     void pressNearTheHandleStartsADrag();
     void thresholdIsTenValueUnits();
     void releaseReportsAndClearsPressed();
+    void everyPressAndReleaseIsAnnouncedOnce();
     void wheelNeverMovesTheSlider();
     void progress();
     void emptyRangeDoesNotDivideByZero();
@@ -146,6 +147,37 @@ void TestKvSlider::releaseReportsAndClearsPressed() {
     QVERIFY(!s.slider.isPressed());
     release(s.slider, 400);
     QCOMPARE(released.count(), 2);
+}
+
+void TestKvSlider::everyPressAndReleaseIsAnnouncedOnce() {
+    ShownSlider s;
+    QVERIFY(QTest::qWaitForWindowExposed(&s.slider));
+    QSignalSpy pressed(&s.slider, &QSlider::sliderPressed);
+    QSignalSpy released(&s.slider, &QSlider::sliderReleased);
+    // Two drags of the handle in a row: each press and each release is heard once, and the
+    // handle is no longer down after each release.
+    for (int drag = 1; drag <= 2; ++drag) {
+        s.slider.setValue(495);
+        press(s.slider, 250);
+        QCOMPARE(pressed.count(), drag);
+        QVERIFY(s.slider.isSliderDown());
+        release(s.slider, 250);
+        QCOMPARE(released.count(), drag);
+        QVERIFY(!s.slider.isSliderDown());
+    }
+    // A jump press is a press too, though no drag starts.
+    s.slider.setValue(0);
+    press(s.slider, 400);
+    QCOMPARE(s.slider.value(), 800);
+    QCOMPARE(pressed.count(), 3);
+    QVERIFY(!s.slider.isSliderDown());
+    release(s.slider, 400);
+    QCOMPARE(released.count(), 3);
+    // And the drag after it is announced as well.
+    press(s.slider, 400);
+    QCOMPARE(pressed.count(), 4);
+    release(s.slider, 400);
+    QCOMPARE(released.count(), 4);
 }
 
 void TestKvSlider::wheelNeverMovesTheSlider() {
