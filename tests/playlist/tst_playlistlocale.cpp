@@ -1,7 +1,6 @@
+#include "KvCameraPairing.h"
 #include "KvTestMain.h"
 #include "KvVideoInfo.h"
-#include "KvVideoItemWidget.h"
-#include "KvVideoListWidget.h"
 
 #include <QtTest>
 
@@ -52,9 +51,9 @@ void TestPlaylistLocale::extensionsUnderTurkish() {
     installLocale("tr_TR.UTF-8");
     for (const char* name :
          {"clip.mp4", "CLIP.MP4", "clip.MOV", "CLIP.AVI", "clip.avi", "Clip.Mov"}) {
-        QVERIFY2(KvVideoListWidget::isSupportsFile(QString::fromLatin1(name)), name);
+        QVERIFY2(KvCameraPairing::isSupportsFile(QString::fromLatin1(name)), name);
     }
-    QVERIFY(!KvVideoListWidget::isSupportsFile(QStringLiteral("CLIP.MKV")));
+    QVERIFY(!KvCameraPairing::isSupportsFile(QStringLiteral("CLIP.MKV")));
 }
 
 void TestPlaylistLocale::pairingUnderEveryLocale_data() {
@@ -73,12 +72,12 @@ void TestPlaylistLocale::pairingUnderEveryLocale() {
     installLocale(locale);
     for (const QString& path : {front, rear}) {
         KvVideoInfo info;
-        QCOMPARE(KvVideoListWidget::convertFile(path, &info), 0);
+        QCOMPARE(KvCameraPairing::convertFile(path, &info), 0);
         QCOMPARE(info.videos.size(), 2);
         QCOMPARE(info.videos[0].path, front);
         QCOMPARE(info.videos[1].path, rear);
     }
 }
 
-KV_TEST_MAIN(TestPlaylistLocale)
+KV_TEST_GUILESS_MAIN(TestPlaylistLocale)
 #include "tst_playlistlocale.moc"
