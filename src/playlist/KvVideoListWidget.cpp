@@ -104,7 +104,7 @@ void KvVideoListWidget::addFile(const KvVideoInfo& info, bool save) {
             return;
         }
     }
-    if (_findDuplicateRow(info) >= 0) {
+    if (!_list->entryIndex().sameRecording(info).isEmpty()) {
         return;
     }
     _list->addItemFast(info);
@@ -174,22 +174,11 @@ void KvVideoListWidget::reloadLanguage() {
 }
 
 void KvVideoListWidget::setCurrentItem(const QString& path) {
-    for (int row = 0; row < _list->count(); ++row) {
-        const KvVideoInfo info = _entryAt(row);
-        if (!info.videos.isEmpty() && info.videos.first().path == path) {
-            _current = info;
-            _list->setCurrentRow(row);
-            return;
-        }
-    }
+    _makeCurrent(_list->firstRow(_list->entryIndex().withFirstClip(path)));
 }
 
 void KvVideoListWidget::setCurrentItem(const KvVideoInfo& info) {
-    const int row = _findRow(info);
-    if (row >= 0) {
-        _current = _entryAt(row);
-        _list->setCurrentRow(row);
-    }
+    _makeCurrent(_findRow(info, 0));
 }
 
 KvVideoInfo& KvVideoListWidget::getCurrentItem() {
@@ -200,19 +189,16 @@ KvVideoInfo KvVideoListWidget::findPrevVideoInfo(const KvVideoInfo& info) {
     if (_list->count() < 2) {
         return KvVideoInfo();
     }
-    for (int row = 1; row < _list->count(); ++row) {
-        if (_entryAt(row) == info) {
-            return _entryAt(row - 1);
-        }
-    }
-    return KvVideoInfo();
+    // Looked for from the second row on: the first row has nothing above it.
+    const int row = _findRow(info, 1);
+    return row >= 1 ? _entryAt(row - 1) : KvVideoInfo();
 }
 
 KvVideoInfo KvVideoListWidget::findNextVideoInfo(const KvVideoInfo& info) {
     if (_list->count() < 2) {
         return KvVideoInfo();
     }
-    const int row = _findRow(info);
+    const int row = _findRow(info, 0);
     if (row < 0 || row + 1 >= _list->count()) {
         return KvVideoInfo();
     }
@@ -455,28 +441,14 @@ KvVideoInfo KvVideoListWidget::_entryAt(int row) const {
     return widget ? widget->videoInfo() : KvVideoInfo();
 }
 
-int KvVideoListWidget::_findDuplicateRow(const KvVideoInfo& info) const {
-    // A recording is in the list once, however it was reached: picking the rear clip of a pair
-    // names the entry after the rear clip, yet it holds the same clips as the entry reached
-    // through the front clip. So clips decide, not names; entries without clips (unreadable
-    // entry files) compare as whole entries.
-    for (int row = 0; row < _list->count(); ++row) {
-        const KvVideoInfo existing = _entryAt(row);
-        const bool same = info.videos.isEmpty() || existing.videos.isEmpty()
-                              ? existing == info
-                              : existing.videos == info.videos;
-        if (same) {
-            return row;
-        }
-    }
-    return -1;
+int KvVideoListWidget::_findRow(const KvVideoInfo& info, int from) const {
+    return _list->firstRow(_list->entryIndex().equalTo(info), from);
 }
 
-int KvVideoListWidget::_findRow(const KvVideoInfo& info) const {
-    for (int row = 0; row < _list->count(); ++row) {
-        if (_entryAt(row) == info) {
-            return row;
-        }
+void KvVideoListWidget::_makeCurrent(int row) {
+    if (row < 0) {
+        return;
     }
-    return -1;
+    _current = _entryAt(row);
+    _list->setCurrentRow(row);
 }

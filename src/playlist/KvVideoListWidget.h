@@ -20,7 +20,8 @@ class QMenu;
 // The playlist panel. It turns clip files into entries, pairing each front-camera clip with its
 // rear partner (KvCameraPairing), walks folder trees for clips (KvFolderWalk), keeps one XML file
 // per entry in the playlist folder so the list survives restarts (KvPlaylistStore), offers the
-// list's context menu, and finds the previous and next entry. GUI thread.
+// list's context menu, and finds the previous and next entry through the rows' index
+// (KvListWidget::entryIndex). GUI thread.
 class KvVideoListWidget : public QWidget {
     Q_OBJECT
 public:
@@ -98,8 +99,10 @@ protected:
 private:
     bool _isSpecialDirectory(const QFileInfo& info);
     KvVideoInfo _entryAt(int row) const;
-    int _findRow(const KvVideoInfo& info) const;
-    int _findDuplicateRow(const KvVideoInfo& info) const;
+    // The first row, at or below row `from`, whose entry equals info; -1 when there is none.
+    int _findRow(const KvVideoInfo& info, int from) const;
+    // Makes the row current, copying its entry; nothing happens for -1.
+    void _makeCurrent(int row);
     void _buildPopMenu(QListWidgetItem* item);
     void _openInExplore();
     void _removeContextEntry();

@@ -193,6 +193,7 @@ void TestVideoListWidget::clipsInAnotherLetterCaseAreTheSameRecording() {
     other.appendVideo(_touch("case/other.mp4"));
     widget.addFile(other, false);
     QCOMPARE(widget.listWidget()->count(), 2);
+    QCOMPARE(widget.listWidget()->entryIndex().size(), 2);
 }
 
 void TestVideoListWidget::entriesWithoutClipsCompareAsWholeEntries() {
@@ -225,11 +226,13 @@ void TestVideoListWidget::removedOrClearedRowsCanBeAddedAgain() {
     widget.onListWidgetContentMenuEvent(widget.listWidget()->item(0));
     widget.onPopMenuTriggered(widget.removeAction());
     QCOMPARE(widget.listWidget()->count(), 1);
+    QCOMPARE(widget.listWidget()->entryIndex().size(), 1);
     widget.addFile(a, false);
     QCOMPARE(widget.listWidget()->count(), 2);
     QCOMPARE(_rowEntry(widget, 1).videos.first().path, a);
 
     widget.onPopMenuTriggered(widget.clearPlaylistAction());
+    QCOMPARE(widget.listWidget()->entryIndex().size(), 0);
     widget.addFiles(QStringList{b, a}, false);
     QCOMPARE(widget.listWidget()->count(), 2);
     QVERIFY(widget.findNextVideoInfo(_rowEntry(widget, 0)) == _rowEntry(widget, 1));
