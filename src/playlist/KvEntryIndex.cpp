@@ -53,7 +53,7 @@ int KvEntryIndex::size() const {
 QList<QListWidgetItem*> KvEntryIndex::sameRecording(const KvVideoInfo& info) const {
     QList<QListWidgetItem*> rows;
     for (QListWidgetItem* row : _byRecording.values(_recordingKey(info))) {
-        if (isSameRecording(_rows.value(row).entry, info)) {
+        if (isSameRecording(_entryOf(row), info)) {
             rows.append(row);
         }
     }
@@ -64,7 +64,7 @@ QList<QListWidgetItem*> KvEntryIndex::equalTo(const KvVideoInfo& info) const {
     // Equal entries are always the same recording, so the candidates are those rows.
     QList<QListWidgetItem*> rows;
     for (QListWidgetItem* row : _byRecording.values(_recordingKey(info))) {
-        if (_rows.value(row).entry == info) {
+        if (_entryOf(row) == info) {
             rows.append(row);
         }
     }
@@ -80,6 +80,11 @@ bool KvEntryIndex::isSameRecording(const KvVideoInfo& a, const KvVideoInfo& b) {
         return a == b;
     }
     return a.videos == b.videos;
+}
+
+const KvVideoInfo& KvEntryIndex::_entryOf(QListWidgetItem* row) const {
+    // Every row of the lookup tables is in _rows: they change together.
+    return _rows.constFind(row)->entry;
 }
 
 QString KvEntryIndex::_recordingKey(const KvVideoInfo& info) {

@@ -39,6 +39,7 @@ private:
     // case-insensitive comparison folds it); the lookups confirm every candidate with the rule
     // itself.
     static QString _recordingKey(const KvVideoInfo& info);
+    const KvVideoInfo& _entryOf(QListWidgetItem* row) const;
 
     struct Row {
         KvVideoInfo entry;
