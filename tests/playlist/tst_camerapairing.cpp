@@ -14,7 +14,7 @@ private slots:
     void cameraFolders();
     void partnerPaths();
     void partnerOfMissingFileIsEmpty();
-    void backslashPathsSplitAsDescribed();
+    void backslashPathsSplitAtEitherSeparator();
     void convertFrontRearAndSingle();
     void supportedAndScannedExtensions();
     void specialDirectories_data();
@@ -75,7 +75,7 @@ void TestCameraPairing::partnerOfMissingFileIsEmpty() {
     QCOMPARE(KvCameraPairing::findOtherVideo(_dir->filePath("DCIM/F/gone_001F.MP4")), QString());
 }
 
-void TestCameraPairing::backslashPathsSplitAsDescribed() {
+void TestCameraPairing::backslashPathsSplitAtEitherSeparator() {
     // The folder part ends at the last '/' or '\', the file name starts after the last '/'.
     const QString path = _touch("card/DCIM\\F\\clip_001F.MP4");
     QVERIFY(KvCameraPairing::isFrontVideo(path));
