@@ -1,7 +1,8 @@
 #include "KvAddFileDialog.h"
 
+#include "KvCameraPairing.h"
+#include "KvFolderWalk.h"
 #include "KvLanguage.h"
-#include "KvLogCategories.h"
 #include "KvVideoListWidget.h"
 
 #include <QCloseEvent>
@@ -20,47 +21,22 @@ void KvAddFileDialog::run() {
 }
 
 void KvAddFileDialog::addDirectory(const QDir& dir) {
-    QSet<QString> visited;
-    _addDirectory(dir, visited);
-}
-
-void KvAddFileDialog::_addDirectory(const QDir& dir, QSet<QString>& visited) {
-    if (_cancelled) {
-        return;
-    }
-    // A symbolic link back up the tree would otherwise make the walk endless.
-    const QString canonical = dir.canonicalPath();
-    if (canonical.isEmpty() || visited.contains(canonical)) {
-        return;
-    }
-    visited.insert(canonical);
-    postMessage(dir.absolutePath());
-    const QFileInfoList entries =
-        dir.entryInfoList(QDir::AllEntries | QDir::Hidden | QDir::System, QDir::Unsorted);
-    for (const QFileInfo& entry : entries) {
-        if (_cancelled) {
-            return;
-        }
-        if (entry.isDir()) {
-            if (!isSpecialDirectory(entry)) {
-                _addDirectory(QDir(entry.absoluteFilePath()), visited);
-            }
-        } else if (KvVideoListWidget::isScannedFile(entry.fileName())) {
-            const QString path = entry.absoluteFilePath();
-            postMessage(path);
-            qCDebug(kvPlaylist) << "add file -> " << path;
-            emit addFileSignal(path);
-        }
-    }
+    KvFolderWalk walk([this](const QString& path) {
+        postMessage(path);
+        emit addFileSignal(path);
+    });
+    walk.setFolderEntered([this](const QString& folder) { postMessage(folder); });
+    walk.setCancelTest([this] { return _cancelled.load(); });
+    walk.walk(dir);
 }
 
 bool KvAddFileDialog::isSpecialDirectory(const QFileInfo& info) {
-    return KvVideoListWidget::isSpecialDirectory(info);
+    return KvCameraPairing::isSpecialDirectory(info);
 }
 
 void KvAddFileDialog::addFileSlot(const QString& path) {
     KvVideoInfo info;
-    KvVideoListWidget::convertFile(path, &info);
+    KvCameraPairing::convertFile(path, &info);
     _listWidget->addFile(info, true);
 }
 

@@ -4,7 +4,6 @@
 
 #include <QDir>
 #include <QFileInfo>
-#include <QSet>
 
 #include <atomic>
 
@@ -20,7 +19,11 @@ public:
 
     // The worker's body: the walk, then dismiss().
     void run() override;
+    // The walk (KvFolderWalk) on the calling thread: each folder and clip is shown as the
+    // progress message, each clip goes to addFileSignal, and the cancelled flag is tested on
+    // entering each folder and before every entry.
     void addDirectory(const QDir& dir);
+    // The folder-skipping rule, as KvCameraPairing gives it.
     static bool isSpecialDirectory(const QFileInfo& info);
 
 signals:
@@ -33,8 +36,6 @@ protected:
     void closeEvent(QCloseEvent* event) override;
 
 private:
-    void _addDirectory(const QDir& dir, QSet<QString>& visited);
-
     KvVideoListWidget* _listWidget; // not owned; GUI thread only
     QString _dirPath;
     // Written by the GUI thread when the user closes the dialog, read by the worker.

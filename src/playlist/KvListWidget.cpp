@@ -7,6 +7,8 @@
 #include <QCursor>
 #include <QScrollBar>
 
+#include <algorithm>
+
 namespace {
 const char* const ListStyle =
     "QListView::item {border: 1px solid #dddddd; background:#dddddd;}"
@@ -18,10 +20,16 @@ const char* const ListStyle =
 
 KvListWidget::KvListWidget(QWidget* parent) : QListWidget(parent), _loader(nullptr) {
     setStyleSheet(QLatin1String(ListStyle));
+    connect(model(), &QAbstractItemModel::rowsAboutToBeRemoved, this,
+            &KvListWidget::_onRowsAboutToBeRemoved);
+    connect(model(), &QAbstractItemModel::modelAboutToBeReset, this,
+            &KvListWidget::_onModelAboutToBeReset);
 }
 
 KvListWidget::~KvListWidget() {
     cancelLoader();
+    // The model empties itself while the base class is destroyed, after the index is gone.
+    disconnect(model(), nullptr, this, nullptr);
 }
 
 KvVideoItemWidget* KvListWidget::addItemFast(const KvVideoInfo& info) {
@@ -32,6 +40,7 @@ KvVideoItemWidget* KvListWidget::addItemFast(const KvVideoInfo& info) {
     widget->updateByVideoInfo(info);
     addItem(item);
     setItemWidget(item, widget);
+    _index.insert(item, info);
 
     if (!_loader) {
         _loader = new KvVideoInfoLoadThread(this);
@@ -53,15 +62,36 @@ QModelIndex KvListWidget::itemIndex(QListWidgetItem* item) {
 }
 
 void KvListWidget::removeItem(const KvVideoInfo& info) {
-    // The row that moves up into a removed row's place is not looked at; the list's duplicate
-    // rule allows only one matching row anyway.
-    for (int row = 0; row < count(); ++row) {
-        auto* widget = qobject_cast<KvVideoItemWidget*>(widgetAt(row));
-        if (widget && widget->videoInfo() == info) {
-            // Nobody keeps a taken row, so it is freed here rather than leaked.
-            delete takeItem(row);
+    // Takes the matching rows as a walk from the top would, taking each match out and going on
+    // with the next index: the row that moves up into a taken row's place is not looked at. The
+    // list's duplicate rule allows only one matching row anyway.
+    QList<int> rows;
+    for (QListWidgetItem* item : _index.equalTo(info)) {
+        rows.append(row(item));
+    }
+    std::sort(rows.begin(), rows.end());
+    int taken = 0;
+    int lastTaken = -2;
+    for (const int original : rows) {
+        if (original == lastTaken + 1) {
+            continue;
+        }
+        // Nobody keeps a taken row, so it is freed here rather than leaked.
+        delete takeItem(original - taken);
+        ++taken;
+        lastTaken = original;
+    }
+}
+
+int KvListWidget::firstRow(const QList<QListWidgetItem*>& rows, int from) const {
+    int first = -1;
+    for (QListWidgetItem* item : rows) {
+        const int r = row(item);
+        if (r >= from && (first < 0 || r < first)) {
+            first = r;
         }
     }
+    return first;
 }
 
 void KvListWidget::cancelLoader() {
@@ -107,6 +137,16 @@ void KvListWidget::_onLoaderFinished() {
     if (_loader && !_loader->isStopped() && _loader->hasQueuedItems()) {
         _startLoader();
     }
+}
+
+void KvListWidget::_onRowsAboutToBeRemoved(const QModelIndex& /*parent*/, int first, int last) {
+    for (int r = first; r <= last; ++r) {
+        _index.remove(item(r));
+    }
+}
+
+void KvListWidget::_onModelAboutToBeReset() {
+    _index.clear();
 }
 
 QSize KvListWidget::_rowSizeHint() const {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "KvEntryIndex.h"
 #include "KvVideoInfo.h"
 
 #include <QListWidget>
@@ -8,8 +9,9 @@ class KvVideoInfoLoadThread;
 class KvVideoItemWidget;
 
 // The playlist's rows. Adding a row shows at once what is known without opening the clip; a
-// loader thread then completes the rows one by one. The list never takes the keyboard focus, so
-// key presses reach the main window.
+// loader thread then completes the rows one by one. Every row is in an index by its clips, which
+// follows the rows however they leave the list (removeItem, takeItem, deleting an item, clear).
+// The list never takes the keyboard focus, so key presses reach the main window.
 class KvListWidget : public QListWidget {
     Q_OBJECT
 public:
@@ -26,6 +28,11 @@ public:
     void cancelLoader();
     KvVideoInfoLoadThread* loader() const { return _loader; }
 
+    // The rows by their clips, as they were added.
+    const KvEntryIndex& entryIndex() const { return _index; }
+    // The topmost of rows at or below row `from`; -1 when there is none.
+    int firstRow(const QList<QListWidgetItem*>& rows, int from = 0) const;
+
 signals:
     void onContentMenuEvent(QListWidgetItem* item);
     // A row was completed with its loaded details; emitted on the GUI thread.
@@ -38,10 +45,13 @@ protected:
 private slots:
     void _onVideoInfoLoaded();
     void _onLoaderFinished();
+    void _onRowsAboutToBeRemoved(const QModelIndex& parent, int first, int last);
+    void _onModelAboutToBeReset();
 
 private:
     QSize _rowSizeHint() const;
     void _startLoader();
 
     KvVideoInfoLoadThread* _loader; // child of the list; null until the first row
+    KvEntryIndex _index;
 };

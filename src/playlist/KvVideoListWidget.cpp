@@ -1,12 +1,12 @@
 #include "KvVideoListWidget.h"
 
 #include "KvAlertDialog.h"
+#include "KvCameraPairing.h"
 #include "KvFileBatch.h"
-#include "KvFileUtils.h"
+#include "KvFolderWalk.h"
 #include "KvLanguage.h"
 #include "KvListWidget.h"
-#include "KvLogCategories.h"
-#include "KvStringUtil.h"
+#include "KvPlaylistStore.h"
 #include "KvVideoItemWidget.h"
 
 #include <QAction>
@@ -29,14 +29,6 @@ const char* const PopMenuStyle =
 
 // How long the summary of a copy or delete stays up.
 constexpr int SummaryShownMs = 6000;
-
-const char* const ScannedExtensions[] = {".mp4", ".MP4", ".avi", ".AVI", ".mov", ".MOV"};
-const char* const SupportedExtensions[] = {".mp4", ".avi", ".mov"};
-
-// Replaces the camera letter at the end of a base name with the partner's letter.
-QString partnerBaseName(const QString& base, QChar own, QChar partner) {
-    return base.endsWith(own) ? base.left(base.size() - 1) + partner : base;
-}
 } // namespace
 
 KvVideoListWidget::KvVideoListWidget(QWidget* parent)
@@ -60,97 +52,45 @@ KvVideoListWidget::KvVideoListWidget(QWidget* parent)
 }
 
 void KvVideoListWidget::loadPlayList() {
-    const QString folder = KvFileUtils().getPlayListRoot();
-    const QDir dir(folder);
-    const QFileInfoList entries =
-        dir.entryInfoList(QDir::Files | QDir::NoSymLinks | QDir::Hidden, QDir::Unsorted);
-    qCDebug(kvPlaylist, "%s", qUtf8Printable(folder));
-    for (const QFileInfo& entry : entries) {
-        if (entry.fileName().endsWith(QLatin1String(".xml"))) {
-            // An unreadable file gives an entry without clips; it is shown as a row on purpose.
-            addFile(KvVideoInfo::readFromFile(entry.absoluteFilePath()), false);
-        }
-    }
+    // An unreadable file gives an entry without clips; it is shown as a row on purpose.
+    addFiles(_store.load(), false);
 }
 
 bool KvVideoListWidget::isSupportsFile(const QString& path) {
-    for (const char* ext : SupportedExtensions) {
-        if (path.endsWith(QLatin1String(ext), Qt::CaseInsensitive)) {
-            return true;
-        }
-    }
-    return false;
+    return KvCameraPairing::isSupportsFile(path);
 }
 
 bool KvVideoListWidget::isScannedFile(const QString& name) {
-    for (const char* ext : ScannedExtensions) {
-        if (name.endsWith(QLatin1String(ext))) {
-            return true;
-        }
-    }
-    return false;
+    return KvCameraPairing::isScannedFile(name);
 }
 
 bool KvVideoListWidget::isFrontVideo(const QString& path) {
-    return KvStringUtil::pathDup(path).endsWith(QLatin1Char('F'));
+    return KvCameraPairing::isFrontVideo(path);
 }
 
 bool KvVideoListWidget::isRearVideo(const QString& path) {
-    return KvStringUtil::pathDup(path).endsWith(QLatin1Char('R'));
+    return KvCameraPairing::isRearVideo(path);
 }
 
 QString KvVideoListWidget::findOtherVideo(const QString& path) {
-    if (!QFileInfo::exists(path)) {
-        return QString();
-    }
-    const QString dir = KvStringUtil::pathDup(path);
-    const QString name = KvStringUtil::getFileName(path);
-    const QString base = KvStringUtil::getSingleFileName(name);
-    const QString ext = KvStringUtil::getPathExt(name);
-    const QString parent = KvStringUtil::pathDup(dir);
-    if (dir.endsWith(QLatin1Char('F'))) {
-        return QStringLiteral("%1/R/%2.%3")
-            .arg(parent, partnerBaseName(base, QLatin1Char('F'), QLatin1Char('R')), ext);
-    }
-    if (dir.endsWith(QLatin1Char('R'))) {
-        return QStringLiteral("%1/F/%2.%3")
-            .arg(parent, partnerBaseName(base, QLatin1Char('R'), QLatin1Char('F')), ext);
-    }
-    return QString();
+    return KvCameraPairing::findOtherVideo(path);
 }
 
 int KvVideoListWidget::convertFile(const QString& path, KvVideoInfo* info) {
-    info->clear();
-    info->name = KvStringUtil::getFileName(path);
-    const bool front = isFrontVideo(path);
-    const bool rear = !front && isRearVideo(path);
-    const QString partner = front || rear ? findOtherVideo(path) : QString();
-    const bool paired = !partner.isEmpty() && QFileInfo::exists(partner);
-    if (paired && rear) {
-        // The front clip always comes first.
-        info->appendVideo(partner);
-        info->appendVideo(path);
-    } else if (paired) {
-        info->appendVideo(path);
-        info->appendVideo(partner);
-    } else {
-        info->appendVideo(path);
-    }
-    return 0;
+    return KvCameraPairing::convertFile(path, info);
 }
 
 bool KvVideoListWidget::isSpecialDirectory(const QFileInfo& info) {
-    const QString name = info.fileName();
-    return name.endsWith(QLatin1Char('.')) || name.startsWith(QLatin1Char('$'));
+    return KvCameraPairing::isSpecialDirectory(info);
 }
 
 bool KvVideoListWidget::_isSpecialDirectory(const QFileInfo& info) {
-    return isSpecialDirectory(info);
+    return KvCameraPairing::isSpecialDirectory(info);
 }
 
 void KvVideoListWidget::addFile(const QString& path, bool save) {
     KvVideoInfo info;
-    convertFile(path, &info);
+    KvCameraPairing::convertFile(path, &info);
     addFile(info, save);
 }
 
@@ -160,18 +100,17 @@ void KvVideoListWidget::addFile(const QUrl& url, bool save) {
 
 void KvVideoListWidget::addFile(const KvVideoInfo& info, bool save) {
     for (const KvVideo& video : info.videos) {
-        if (!isSupportsFile(video.path)) {
+        if (!KvCameraPairing::isSupportsFile(video.path)) {
             return;
         }
     }
-    if (_findDuplicateRow(info) >= 0) {
+    if (!_list->entryIndex().sameRecording(info).isEmpty()) {
         return;
     }
     _list->addItemFast(info);
     if (save) {
-        const QString path = entryFilePath(info);
-        qCDebug(kvPlaylist) << "path -> " << path;
-        info.writeToFile(path);
+        // A failed write is not reported: the row is there for this session either way.
+        _store.write(info);
     }
 }
 
@@ -204,7 +143,7 @@ void KvVideoListWidget::addDir(const QDir& dir, bool save) {
     const QFileInfoList entries =
         dir.entryInfoList(QDir::Files | QDir::NoSymLinks | QDir::Hidden, QDir::Unsorted);
     for (const QFileInfo& entry : entries) {
-        if (isScannedFile(entry.fileName())) {
+        if (KvCameraPairing::isScannedFile(entry.fileName())) {
             addFile(entry.absoluteFilePath(), save);
         }
     }
@@ -215,32 +154,13 @@ void KvVideoListWidget::addDrive(const QDir& dir, bool save) {
 }
 
 void KvVideoListWidget::addDirDepth(const QDir& dir, bool save, bool* cancel) {
+    // The flag is looked at once, on entry to the top folder: this walk blocks the GUI thread, so
+    // nothing could set it meanwhile.
     if (cancel && *cancel) {
         return;
     }
-    QSet<QString> visited;
-    _addDirDepth(dir, save, visited);
-}
-
-void KvVideoListWidget::_addDirDepth(const QDir& dir, bool save, QSet<QString>& visited) {
-    // A symbolic link back up the tree would otherwise make the walk endless.
-    const QString canonical = dir.canonicalPath();
-    if (canonical.isEmpty() || visited.contains(canonical)) {
-        return;
-    }
-    visited.insert(canonical);
-    const QFileInfoList entries =
-        dir.entryInfoList(QDir::AllEntries | QDir::Hidden | QDir::System, QDir::Unsorted);
-    for (const QFileInfo& entry : entries) {
-        if (entry.isDir()) {
-            if (!_isSpecialDirectory(entry)) {
-                _addDirDepth(QDir(entry.absoluteFilePath()), save, visited);
-            }
-        } else if (isScannedFile(entry.fileName())) {
-            qCDebug(kvPlaylist) << "add file -> " << entry.absoluteFilePath();
-            addFile(entry.absoluteFilePath(), save);
-        }
-    }
+    KvFolderWalk walk([this, save](const QString& path) { addFile(path, save); });
+    walk.walk(dir);
 }
 
 void KvVideoListWidget::reloadLanguage() {
@@ -254,22 +174,11 @@ void KvVideoListWidget::reloadLanguage() {
 }
 
 void KvVideoListWidget::setCurrentItem(const QString& path) {
-    for (int row = 0; row < _list->count(); ++row) {
-        const KvVideoInfo info = _entryAt(row);
-        if (!info.videos.isEmpty() && info.videos.first().path == path) {
-            _current = info;
-            _list->setCurrentRow(row);
-            return;
-        }
-    }
+    _makeCurrent(_list->firstRow(_list->entryIndex().withFirstClip(path)));
 }
 
 void KvVideoListWidget::setCurrentItem(const KvVideoInfo& info) {
-    const int row = _findRow(info);
-    if (row >= 0) {
-        _current = _entryAt(row);
-        _list->setCurrentRow(row);
-    }
+    _makeCurrent(_findRow(info, 0));
 }
 
 KvVideoInfo& KvVideoListWidget::getCurrentItem() {
@@ -280,19 +189,16 @@ KvVideoInfo KvVideoListWidget::findPrevVideoInfo(const KvVideoInfo& info) {
     if (_list->count() < 2) {
         return KvVideoInfo();
     }
-    for (int row = 1; row < _list->count(); ++row) {
-        if (_entryAt(row) == info) {
-            return _entryAt(row - 1);
-        }
-    }
-    return KvVideoInfo();
+    // Looked for from the second row on: the first row has nothing above it.
+    const int row = _findRow(info, 1);
+    return row >= 1 ? _entryAt(row - 1) : KvVideoInfo();
 }
 
 KvVideoInfo KvVideoListWidget::findNextVideoInfo(const KvVideoInfo& info) {
     if (_list->count() < 2) {
         return KvVideoInfo();
     }
-    const int row = _findRow(info);
+    const int row = _findRow(info, 0);
     if (row < 0 || row + 1 >= _list->count()) {
         return KvVideoInfo();
     }
@@ -300,16 +206,7 @@ KvVideoInfo KvVideoListWidget::findNextVideoInfo(const KvVideoInfo& info) {
 }
 
 QString KvVideoListWidget::entryFilePath(const KvVideoInfo& info) {
-    const QString folder = QDir(KvFileUtils().getPlayListRoot()).absolutePath();
-    return QStringLiteral("%1/%2.xml").arg(folder, info.indentifer());
-}
-
-QString KvVideoListWidget::_removedEntryFilePath(const KvVideoInfo& info) {
-    // Entry files are written under the identifier but deleted under the name. For entries with
-    // clips the two differ, so a removed entry comes back at the next start unless the playlist
-    // is cleared; the player has always behaved so.
-    const QString folder = QDir(KvFileUtils().getPlayListRoot()).absolutePath();
-    return QStringLiteral("%1/%2.xml").arg(folder, info.name);
+    return KvPlaylistStore().entryFilePath(info);
 }
 
 void KvVideoListWidget::onDoubleClickListWidgetItem(const QModelIndex& index) {
@@ -387,7 +284,7 @@ void KvVideoListWidget::_removeContextEntry() {
         return;
     }
     const KvVideoInfo info = widget->videoInfo();
-    KvFileUtils::deleteFile(_removedEntryFilePath(info));
+    _store.removeByName(info);
     _contextItem = nullptr;
     _list->removeItem(info);
 }
@@ -399,7 +296,7 @@ void KvVideoListWidget::_removeInvalidFiles() {
         if (info.isValid()) {
             kept.append(info);
         } else {
-            KvFileUtils::deleteFile(_removedEntryFilePath(info));
+            _store.removeByName(info);
         }
     }
     // The loader may be working on a row that is about to go.
@@ -410,7 +307,7 @@ void KvVideoListWidget::_removeInvalidFiles() {
 }
 
 void KvVideoListWidget::_clearPlaylist() {
-    KvFileUtils::deleteDir(KvFileUtils().getPlayListRoot());
+    _store.clear();
     _list->cancelLoader();
     _contextItem = nullptr;
     _list->clear();
@@ -511,7 +408,7 @@ void KvVideoListWidget::_removeDeletedEntries(const QList<KvVideoInfo>& entries)
         }
         // Its recording is gone: the entry's file goes too, so it does not return at the next
         // start.
-        KvFileUtils::deleteFile(entryFilePath(info));
+        _store.remove(info);
         _contextItem = nullptr;
         _list->removeItem(info);
     }
@@ -544,28 +441,14 @@ KvVideoInfo KvVideoListWidget::_entryAt(int row) const {
     return widget ? widget->videoInfo() : KvVideoInfo();
 }
 
-int KvVideoListWidget::_findDuplicateRow(const KvVideoInfo& info) const {
-    // A recording is in the list once, however it was reached: picking the rear clip of a pair
-    // names the entry after the rear clip, yet it holds the same clips as the entry reached
-    // through the front clip. So clips decide, not names; entries without clips (unreadable
-    // entry files) compare as whole entries.
-    for (int row = 0; row < _list->count(); ++row) {
-        const KvVideoInfo existing = _entryAt(row);
-        const bool same = info.videos.isEmpty() || existing.videos.isEmpty()
-                              ? existing == info
-                              : existing.videos == info.videos;
-        if (same) {
-            return row;
-        }
-    }
-    return -1;
+int KvVideoListWidget::_findRow(const KvVideoInfo& info, int from) const {
+    return _list->firstRow(_list->entryIndex().equalTo(info), from);
 }
 
-int KvVideoListWidget::_findRow(const KvVideoInfo& info) const {
-    for (int row = 0; row < _list->count(); ++row) {
-        if (_entryAt(row) == info) {
-            return row;
-        }
+void KvVideoListWidget::_makeCurrent(int row) {
+    if (row < 0) {
+        return;
     }
-    return -1;
+    _current = _entryAt(row);
+    _list->setCurrentRow(row);
 }

@@ -1,12 +1,12 @@
 #pragma once
 
+#include "KvPlaylistStore.h"
 #include "KvVideoInfo.h"
 
 #include <QDir>
 #include <QFileInfo>
 #include <QList>
 #include <QPointer>
-#include <QSet>
 #include <QStringList>
 #include <QUrl>
 #include <QWidget>
@@ -18,8 +18,10 @@ class QListWidgetItem;
 class QMenu;
 
 // The playlist panel. It turns clip files into entries, pairing each front-camera clip with its
-// rear partner, keeps one XML file per entry in the playlist folder so the list survives
-// restarts, offers the list's context menu, and finds the previous and next entry. GUI thread.
+// rear partner (KvCameraPairing), walks folder trees for clips (KvFolderWalk), keeps one XML file
+// per entry in the playlist folder so the list survives restarts (KvPlaylistStore), offers the
+// list's context menu, and finds the previous and next entry through the rows' index
+// (KvListWidget::entryIndex). GUI thread.
 class KvVideoListWidget : public QWidget {
     Q_OBJECT
 public:
@@ -27,19 +29,13 @@ public:
 
     void loadPlayList();
 
-    // The pairing rules. A front clip lies in a folder whose path ends with "F", a rear clip in
-    // one ending with "R"; the partner lies in the sibling folder named exactly "R" or "F".
+    // The pairing rules, as KvCameraPairing gives them.
     static bool isSupportsFile(const QString& path);
     static bool isFrontVideo(const QString& path);
     static bool isRearVideo(const QString& path);
     static QString findOtherVideo(const QString& path);
-    // Builds the entry of the clip at path, front clip first, named after the clip given.
-    // Always 0: callers treat a negative result as "not a recording".
     static int convertFile(const QString& path, KvVideoInfo* info);
-    // The scanners' narrower, case-sensitive test: ".mp4", ".MP4", ".avi", ".AVI", ".mov" or
-    // ".MOV" exactly (so CLIP.Mp4 is supported but never found by a scan, on purpose).
     static bool isScannedFile(const QString& name);
-    // Folders a scan never enters: names ending with "." or starting with "$".
     static bool isSpecialDirectory(const QFileInfo& info);
 
     void addFile(const QString& path, bool save);
@@ -77,7 +73,7 @@ public:
     QAction* deleteFilesAction() const { return _deleteFilesAction; }
     // The alert that shows the last batch's summary while it is up, or null.
     KvAlertDialog* summaryAlert() const;
-    // The entry file an entry is saved as: named by its identifier.
+    // The entry file an entry is saved as: named by its identifier (KvPlaylistStore).
     static QString entryFilePath(const KvVideoInfo& info);
 
 signals:
@@ -102,10 +98,11 @@ protected:
 
 private:
     bool _isSpecialDirectory(const QFileInfo& info);
-    void _addDirDepth(const QDir& dir, bool save, QSet<QString>& visited);
     KvVideoInfo _entryAt(int row) const;
-    int _findRow(const KvVideoInfo& info) const;
-    int _findDuplicateRow(const KvVideoInfo& info) const;
+    // The first row, at or below row `from`, whose entry equals info; -1 when there is none.
+    int _findRow(const KvVideoInfo& info, int from) const;
+    // Makes the row current, copying its entry; nothing happens for -1.
+    void _makeCurrent(int row);
     void _buildPopMenu(QListWidgetItem* item);
     void _openInExplore();
     void _removeContextEntry();
@@ -121,10 +118,9 @@ private:
     void _showBatchSummary(const QString& summary);
     // Every clip of the entries, each path once.
     static QVector<QString> _clipPaths(const QList<KvVideoInfo>& entries);
-    // Where a removed entry's file is deleted: named by the entry's name, not its identifier.
-    static QString _removedEntryFilePath(const KvVideoInfo& info);
 
     KvListWidget* _list;
+    KvPlaylistStore _store; // the user's playlist folder
     KvVideoInfo _current;
     QListWidgetItem* _contextItem;
     QMenu* _popMenu;

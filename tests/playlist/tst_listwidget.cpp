@@ -1,6 +1,6 @@
-#include "KvTestMain.h"
 #include "KvFileUtils.h"
 #include "KvListWidget.h"
+#include "KvTestMain.h"
 #include "KvVideoInfoLoadThread.h"
 #include "KvVideoItemWidget.h"
 
@@ -22,6 +22,9 @@ private slots:
     void rowAddedWhileIdleRestartsLoader();
     void removedRowIsNotUpdated();
     void removeItemTakesMatchingRow();
+    void removeItemSkipsTheRowThatMovesUp();
+    void indexFollowsEveryWayRowsLeave();
+    void firstRowIsTheTopmost();
     void rowSizeAndStyle();
     void cancelLoaderStopsAndForgetsIt();
     void contextMenuReportsItemOrNothing();
@@ -166,6 +169,64 @@ void TestListWidget::removeItemTakesMatchingRow() {
     QVERIFY(remaining->videoInfo() == b);
     list.removeItem(a);
     QCOMPARE(list.count(), 1);
+}
+
+void TestListWidget::removeItemSkipsTheRowThatMovesUp() {
+    // Rows added past the playlist's duplicate rule: removal walks down from the top and does
+    // not look at the row that moves up into a taken row's place.
+    KvListWidget list;
+    KvVideoInfo a, b;
+    a.appendVideo(_dir.filePath("a.mp4"));
+    b.appendVideo(_dir.filePath("b.mp4"));
+    for (const KvVideoInfo& info : {a, a, b, a, a, a}) {
+        list.addItemFast(info);
+    }
+    list.removeItem(a);
+    QStringList left;
+    for (int row = 0; row < list.count(); ++row) {
+        auto* widget = qobject_cast<KvVideoItemWidget*>(list.widgetAt(row));
+        left << widget->videoInfo().videos.first().name;
+    }
+    QCOMPARE(left, (QStringList{"a.mp4", "b.mp4", "a.mp4"}));
+    QCOMPARE(list.entryIndex().size(), 3);
+}
+
+void TestListWidget::indexFollowsEveryWayRowsLeave() {
+    KvListWidget list;
+    QList<KvVideoInfo> entries;
+    for (const char* name : {"a.mp4", "b.mp4", "c.mp4", "d.mp4"}) {
+        KvVideoInfo info;
+        info.appendVideo(_dir.filePath(name));
+        entries.append(info);
+        list.addItemFast(info);
+    }
+    QCOMPARE(list.entryIndex().size(), 4);
+    delete list.takeItem(1);
+    QVERIFY(list.entryIndex().equalTo(entries.at(1)).isEmpty());
+    delete list.item(0);
+    QVERIFY(list.entryIndex().equalTo(entries.at(0)).isEmpty());
+    QCOMPARE(list.entryIndex().size(), 2);
+    QCOMPARE(list.firstRow(list.entryIndex().equalTo(entries.at(3))), 1);
+    list.clear();
+    QCOMPARE(list.entryIndex().size(), 0);
+    list.addItemFast(entries.at(0));
+    QCOMPARE(list.firstRow(list.entryIndex().equalTo(entries.at(0))), 0);
+}
+
+void TestListWidget::firstRowIsTheTopmost() {
+    KvListWidget list;
+    KvVideoInfo a, b;
+    a.appendVideo(_dir.filePath("a.mp4"));
+    b.appendVideo(_dir.filePath("b.mp4"));
+    for (const KvVideoInfo& info : {b, a, b, a}) {
+        list.addItemFast(info);
+    }
+    const QList<QListWidgetItem*> rows = list.entryIndex().equalTo(a);
+    QCOMPARE(rows.size(), 2);
+    QCOMPARE(list.firstRow(rows), 1);
+    QCOMPARE(list.firstRow(rows, 2), 3);
+    QCOMPARE(list.firstRow(rows, 4), -1);
+    QCOMPARE(list.firstRow({}), -1);
 }
 
 void TestListWidget::rowSizeAndStyle() {
