@@ -3,6 +3,7 @@
 #include "KvAudioData.h"
 #include "KvAudioPlayer.h"
 #include "KvLogCategories.h"
+#include "KvPlayerTiming.h"
 #include "KvYUVData.h"
 #include "MutexQueue.h"
 
@@ -231,5 +232,23 @@ void KvAudioQueue::dropBefore(double position) {
         if (time >= position) {
             break;
         }
+    }
+}
+
+void KvAudioQueue::pushPacket(AVCodecContext* decoder, const AVPacket* packet, AVFrame* frame,
+                              double base, double* keepFrom) {
+    if (avcodec_send_packet(decoder, packet) < 0) {
+        return;
+    }
+    while (avcodec_receive_frame(decoder, frame) >= 0) {
+        const double time = frame->pts * base;
+        const double length =
+            frame->sample_rate > 0 ? double(frame->nb_samples) / frame->sample_rate : 0.0;
+        // Sound that has ended before a seek's target is not played after it.
+        if (time + length > *keepFrom) {
+            *keepFrom = KvPlayerTiming::kKeepAll;
+            pushFrame(frame, time);
+        }
+        av_frame_unref(frame);
     }
 }

@@ -6,6 +6,7 @@
 
 struct AVChannelLayout;
 struct AVCodecContext;
+struct AVPacket;
 struct AVFifo;
 struct AVFrame;
 struct SwrContext;
@@ -39,6 +40,11 @@ public:
     void pushFrame(const AVFrame* frame, double time);
     // The oldest block or null; the caller owns it.
     KvAudioData* popAudioData();
+    // Decodes one audio packet with decoder into frame and pushes every frame of it whose sound
+    // has not ended before *keepFrom (seconds; base is the stream's time base). The first frame
+    // pushed opens the gate: *keepFrom then keeps everything. Decode thread.
+    void pushPacket(AVCodecContext* decoder, const AVPacket* packet, AVFrame* frame, double base,
+                    double* keepFrom);
     // Drops the blocks before position (seconds) and the first one at or after it: the sound
     // behind a stepped picture is not played afterwards.
     void dropBefore(double position);

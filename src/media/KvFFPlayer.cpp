@@ -108,8 +108,14 @@ void KvFFPlayer::_startAudio() {
 }
 
 void KvFFPlayer::start() {
+    if (_prepareRun()) {
+        _startDecoding();
+    }
+}
+
+bool KvFFPlayer::_prepareRun() {
     if (reader == nullptr) {
-        return;
+        return false;
     }
     // Presentation and decoding of a previous run end before their queues go.
     _stopPresentation();
@@ -134,6 +140,10 @@ void KvFFPlayer::start() {
     }
     qCDebug(kvMedia, "frameCache = %d", frameCache);
     _startAudio();
+    return true;
+}
+
+void KvFFPlayer::_startDecoding() {
     _decoding.store(true);
     decodeThread = new KvDecodeThread(this);
     decodeThread->start(QThread::InheritPriority);
@@ -227,14 +237,19 @@ void KvFFPlayer::seek(double seconds) {
     // A core whose file was read to its end (a rear clip shorter than the front) has no decode
     // thread left to carry a seek out: decoding starts again, and presentation with it when it
     // was running, so the channel plays on from the new position.
+    // The request is made before the new decode thread runs: it would otherwise read on from
+    // the end of the file and end again before it saw the seek.
     const bool ended = reader != nullptr && decodeThread != nullptr && !_decoding.load();
     const bool presenting = ended && isPlaying();
     if (ended) {
-        start();
+        _prepareRun();
     }
     // A user's seek lands on the picture at the target, not on the key frame before it: two
     // cameras with key frames in different places then land on the same instant.
     _requestSeek(seconds, _landOn(seconds));
+    if (ended) {
+        _startDecoding();
+    }
     if (presenting) {
         play();
     }
@@ -364,7 +379,8 @@ void KvFFPlayer::_doDecode() {
             }
         } else if (reader->isAudioPacket(packet.get()) && !audioDisabled.load() &&
                    audioQueue != nullptr && audioDecoder != nullptr) {
-            _decodeAudio(audioDecoder, packet.get(), frame.get(), audioBase, &keepFrom[1]);
+            audioQueue->pushPacket(audioDecoder, packet.get(), frame.get(), audioBase,
+                                   &keepFrom[1]);
         }
         av_packet_unref(packet.get());
     }
@@ -410,24 +426,6 @@ bool KvFFPlayer::_pushPicture(const AVFrame* frame, double time, double* keepFro
         KvYUVDataFree(picture);
     }
     return true;
-}
-
-void KvFFPlayer::_decodeAudio(AVCodecContext* decoder, const AVPacket* packet, AVFrame* frame,
-                              double base, double* keepFrom) {
-    if (avcodec_send_packet(decoder, packet) < 0) {
-        return;
-    }
-    while (avcodec_receive_frame(decoder, frame) >= 0) {
-        const double time = frame->pts * base;
-        const double length =
-            frame->sample_rate > 0 ? double(frame->nb_samples) / frame->sample_rate : 0.0;
-        // Sound that has ended before a seek's target is not played after it.
-        if (time + length > *keepFrom) {
-            *keepFrom = kKeepAll;
-            audioQueue->pushFrame(frame, time);
-        }
-        av_frame_unref(frame);
-    }
 }
 
 void KvFFPlayer::_renderVideo(KvYUV420P* picture) {

@@ -116,13 +116,15 @@ protected:
     double _landOn(double seconds) const;
     void _seekNow(double* keepFrom);
     bool _pushPicture(const AVFrame* frame, double time, double* keepFrom);
-    void _decodeAudio(AVCodecContext* decoder, const AVPacket* packet, AVFrame* frame, double base,
-                      double* keepFrom);
     void _anchorSharedClock(unsigned serial, int64_t wallUs, double mediaTime);
     void _setPresenting(bool presenting);
     bool _seekPending() const;
     KvYUV420P* _makePicture(const AVFrame* frame);
     void _startAudio();
+    // Everything start() does but starting the decode thread: the threads of a previous run
+    // end, the clocks reset, the queues and the audio output are made. False without a file.
+    bool _prepareRun();
+    void _startDecoding();
 
     // Created and destroyed by the GUI thread while no worker runs; used by the decode thread.
     StreamReader* reader = nullptr;
