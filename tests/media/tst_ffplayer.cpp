@@ -40,6 +40,7 @@ private slots:
     void seekBeyondTheEndChangesNothing();
     void seekBackAfterTheEndPlaysAgain();
     void seekBackAfterTheEndWhilePausedRefillsTheCache();
+    void seekBackAfterTheEndWithASlowGuiThread();
     void pauseStopsAndPlayResumes();
     void stepForwardShowsTheNextPicture();
     void stepBackwardSeeksHalfASecondBack();
@@ -265,6 +266,44 @@ void TestFFPlayer::seekBackAfterTheEndWhilePausedRefillsTheCache() {
              qPrintable(QString::number(first)));
     QVERIFY(rig.waitForStatus(KvPlayerStatus::EndOfFile, 2, kPlayTimeoutMs));
     QVERIFY(rig.sink.snapshot().back().time > 2.9);
+}
+
+namespace {
+
+// Holds the GUI thread inside the debug line of each seek request, as a busy machine may stall
+// it there, and counts the lines so that the test knows the hold took place.
+constexpr unsigned long kSeekLineHoldMs = 50;
+QAtomicInt g_seekLines;
+QtMessageHandler g_handlerBeforeHold = nullptr;
+
+void holdOnSeekLines(QtMsgType type, const QMessageLogContext& context, const QString& text) {
+    if (text.startsWith("seek ")) {
+        g_seekLines.fetchAndAddRelaxed(1);
+        QThread::msleep(kSeekLineHoldMs);
+    }
+    g_handlerBeforeHold(type, context, text);
+}
+
+} // namespace
+
+void TestFFPlayer::seekBackAfterTheEndWithASlowGuiThread() {
+    // The decode thread that a seek after the end starts must not read on from where the last
+    // one stopped (the end of the file) before it has taken the seek over, however late the GUI
+    // thread gets to recording the target.
+    PlayerRig rig;
+    QVERIFY(rig.startPlay(playbackClip("play-3s.mp4")));
+    QVERIFY(rig.waitForStatus(KvPlayerStatus::EndOfFile, 1, kPlayTimeoutMs));
+    rig.sink.reset();
+    g_seekLines.storeRelaxed(0);
+    g_handlerBeforeHold = qInstallMessageHandler(holdOnSeekLines);
+    rig.player.seek(1.0);
+    qInstallMessageHandler(g_handlerBeforeHold);
+    QVERIFY(g_seekLines.loadRelaxed() > 0);
+    QVERIFY(rig.waitForStatus(KvPlayerStatus::EndOfFile, 2, kPlayTimeoutMs));
+    QVERIFY2(rig.sink.count() >= 55, qPrintable(QString::number(rig.sink.count())));
+    const double first = rig.sink.snapshot().front().time;
+    QVERIFY2(first >= 1.0 - kPlayFrameInterval - kTimeTolerance && first <= 1.0 + kTimeTolerance,
+             qPrintable(QString::number(first)));
 }
 
 void TestFFPlayer::pauseStopsAndPlayResumes() {
