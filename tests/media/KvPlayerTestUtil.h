@@ -123,7 +123,10 @@ public:
     double audioClock() const { return audioTime.load(); }
     double stepCursor() const { return frameTime.load(); }
     double requestedSeek() const { return seekTime.load(); }
-    bool seekPending() const { return seekRequested.load(); }
+    // From the request until the decode thread has carried the seek out: it takes the request
+    // (clearing seekRequested) before it seeks and empties the queues, and until then the cache
+    // still holds the pictures from before the seek.
+    bool seekPending() const { return seekRequested.load() || _seekPending(); }
     void setVideoClock(double seconds) { videoTime.store(seconds); }
     int cacheSize() const { return frameCache; }
     int64_t queuedPictures() const { return videoQueue != nullptr ? videoQueue->size() : -1; }
