@@ -1,10 +1,10 @@
 // KvAudioQueue (conversion into fixed-size blocks) and KvAudioPlayer (the default output device,
 // the PulseAudio null sink in CI).
 
-#include "KvTestMain.h"
 #include "KvAudioData.h"
 #include "KvAudioPlayer.h"
 #include "KvAudioQueue.h"
+#include "KvTestMain.h"
 
 extern "C" {
 #include <libavutil/channel_layout.h>
@@ -13,9 +13,12 @@ extern "C" {
 }
 
 #include <QAudioDeviceInfo>
+#include <QAudioOutput>
 #include <QElapsedTimer>
+#include <QThread>
 #include <QtTest>
 
+#include <atomic>
 #include <cmath>
 #include <memory>
 #include <vector>
@@ -59,6 +62,28 @@ bool haveDevice() {
     return !QAudioDeviceInfo::defaultOutputDevice().isNull();
 }
 
+// An audio player whose device output the test may look at.
+class OutputProbe : public KvAudioPlayer {
+public:
+    QAudioOutput* outputObject() const { return output; }
+};
+
+// What the thread that owns the output saw, handed to the test thread through atomics.
+struct OwnerReport {
+    std::atomic<QThread*> owner{nullptr};
+    std::atomic<QThread*> outputThread{nullptr};
+    std::atomic<bool> openedAfterPrepare{false};
+    std::atomic<double> firstVolume{-1};
+    std::atomic<double> secondVolume{-1};
+    std::atomic<bool> closedToNull{false};
+    std::atomic<bool> firstWritten{false};
+    std::atomic<bool> volumeChanged{false};
+    std::atomic<bool> done{false};
+};
+
+// Longest the owning thread waits for the test thread to change the volume.
+constexpr int kVolumeChangeWaitMs = 5000;
+
 } // namespace
 
 class TestAudioQueue : public QObject {
@@ -80,6 +105,7 @@ private slots:
     void mutedWriteSkipsTheDevice();
     void writesAtRealTime();
     void refusedFormatFallsBackToNearest();
+    void outputBelongsToTheThreadThatOpensIt();
 };
 
 void TestAudioQueue::resamplesIntoBlocksOfTheFloatDevice() {
@@ -311,6 +337,58 @@ void TestAudioQueue::refusedFormatFallsBackToNearest() {
     QCOMPARE(player.write(silence.data(), int(silence.size())), 0);
     player.stop();
     QCOMPARE(player.processedUSecs(), qint64(0));
+}
+
+void TestAudioQueue::outputBelongsToTheThreadThatOpensIt() {
+    // As the player core uses it: the format is chosen on this thread, the output is opened,
+    // written and closed on a worker, and the volume is changed from here while it plays.
+    if (!haveDevice()) {
+        QSKIP("no audio output device");
+    }
+    OutputProbe player;
+    player.setVolume(0.5f);
+    player.prepare(44100, AV_SAMPLE_FMT_S16, 2);
+    QVERIFY(player.outputObject() == nullptr);
+    QCOMPARE(player.format().sampleRate(), 44100);
+    OwnerReport report;
+    std::unique_ptr<QThread> worker(QThread::create([&player, &report] {
+        player.open();
+        QAudioOutput* output = player.outputObject();
+        report.owner = QThread::currentThread();
+        report.openedAfterPrepare = output != nullptr;
+        if (output == nullptr) {
+            report.done = true;
+            return;
+        }
+        report.outputThread = output->thread();
+        FramePtr frame = s16StereoFrame(1024, 44100);
+        player.write(frame->data[0], kS16StereoBlock);
+        report.firstVolume = output->volume();
+        report.firstWritten = true;
+        for (int waited = 0; !report.volumeChanged && waited < kVolumeChangeWaitMs; ++waited) {
+            QThread::msleep(1);
+        }
+        player.write(frame->data[0], kS16StereoBlock);
+        report.secondVolume = output->volume();
+        player.close();
+        report.closedToNull = player.outputObject() == nullptr;
+        report.done = true;
+    }));
+    worker->start();
+    QTRY_VERIFY(report.firstWritten || report.done);
+    player.setVolume(0.25f);
+    report.volumeChanged = true;
+    QTRY_VERIFY(report.done);
+    QVERIFY(worker->wait(5000));
+    QVERIFY(report.openedAfterPrepare);
+    QCOMPARE(report.outputThread.load(), report.owner.load());
+    QVERIFY(report.owner.load() != QThread::currentThread());
+    // A volume set from another thread reaches the output before the next write.
+    QVERIFY(qFuzzyCompare(report.firstVolume.load(), 0.5));
+    QVERIFY(qFuzzyCompare(report.secondVolume.load(), 0.25));
+    QVERIFY(report.closedToNull);
+    QVERIFY(player.outputObject() == nullptr);
+    QVERIFY(player.processedUSecs() > 0);
 }
 
 KV_TEST_GUILESS_MAIN(TestAudioQueue)

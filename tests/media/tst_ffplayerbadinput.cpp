@@ -1,8 +1,8 @@
 // KvFFPlayer on clips that cannot be played properly: each fails quietly, by startPlay's result
 // or by ending playback with a status code, and leaves no thread behind after stopPlay.
 
-#include "KvTestMain.h"
 #include "KvPlayerTestUtil.h"
+#include "KvTestMain.h"
 
 #include <QtTest>
 
@@ -41,17 +41,14 @@ void TestFFPlayerBadInput::unopenableClipsFail_data() {
 
 void TestFFPlayerBadInput::unopenableClipsFail() {
     QFETCH(QByteArray, path);
-    TestPlayer player;
-    CallbackRecorder recorder;
-    player.setCallback(&recorder, &CallbackRecorder::callback);
-    QVERIFY(player.startPlay(path.constData()) < 0);
-    QVERIFY(!player.isPlaying());
-    QVERIFY(!player.isOpenFile());
-    QVERIFY(!player.anyThread());
-    QVERIFY(player.streamReader() == nullptr);
+    PlayerRig rig;
+    QVERIFY(!rig.startPlay(path));
+    QVERIFY(!rig.player.isPlaying());
+    QVERIFY(!rig.player.isOpenFile());
+    QVERIFY(!rig.player.anyThread());
+    QVERIFY(rig.player.streamReader() == nullptr);
     QTest::qWait(50);
-    QCOMPARE(int(recorder.snapshot().size()), 0);
-    player.stopPlay();
+    QCOMPARE(int(rig.recorder.snapshot().size()), 0);
 }
 
 void TestFFPlayerBadInput::oddClipsPlayToTheirEnd_data() {
@@ -70,17 +67,13 @@ void TestFFPlayerBadInput::oddClipsPlayToTheirEnd_data() {
 void TestFFPlayerBadInput::oddClipsPlayToTheirEnd() {
     QFETCH(QByteArray, path);
     QFETCH(int, minPictures);
-    TestPlayer player;
-    RecordingSink sink;
-    CallbackRecorder recorder;
-    player.setVideoView(&sink);
-    player.setCallback(&recorder, &CallbackRecorder::callback);
-    QVERIFY(player.startPlay(path.constData()) >= 0);
-    QTRY_VERIFY_WITH_TIMEOUT(recorder.count(1) + recorder.count(2) == 1, kEndTimeoutMs);
-    QCOMPARE(recorder.count(1), 1);
-    player.stopPlay();
-    QVERIFY(!player.anyThread());
-    const auto pictures = sink.snapshot();
+    PlayerRig rig;
+    QVERIFY(rig.startPlay(path));
+    QVERIFY(rig.waitForEnd(kEndTimeoutMs));
+    QCOMPARE(rig.recorder.count(KvPlayerStatus::EndOfFile), 1);
+    rig.player.stopPlay();
+    QVERIFY(!rig.player.anyThread());
+    const auto pictures = rig.sink.snapshot();
     QVERIFY2(int(pictures.size()) >= minPictures, qPrintable(QString::number(pictures.size())));
     for (const ShownPicture& picture : pictures) {
         QVERIFY(picture.width > 0 && picture.height > 0);
@@ -88,46 +81,33 @@ void TestFFPlayerBadInput::oddClipsPlayToTheirEnd() {
 }
 
 void TestFFPlayerBadInput::clipCutOffEndsWithAReadError() {
-    TestPlayer player;
-    RecordingSink sink;
-    CallbackRecorder recorder;
-    player.setVideoView(&sink);
-    player.setCallback(&recorder, &CallbackRecorder::callback);
-    QVERIFY(player.startPlay(mediaClip("truncated.mp4").constData()) >= 0);
-    QTRY_VERIFY_WITH_TIMEOUT(recorder.count(1) + recorder.count(2) == 1, kEndTimeoutMs);
-    QCOMPARE(recorder.count(2), 1);
-    player.stopPlay();
-    QVERIFY(!player.anyThread());
+    PlayerRig rig;
+    QVERIFY(rig.startPlay(mediaClip("truncated.mp4")));
+    QVERIFY(rig.waitForEnd(kEndTimeoutMs));
+    QCOMPARE(rig.recorder.count(KvPlayerStatus::RanDry), 1);
+    rig.player.stopPlay();
+    QVERIFY(!rig.player.anyThread());
     // It played what was there: some but not all of its 2 s.
-    QVERIFY(sink.count() > 0);
-    QVERIFY(sink.snapshot().back().time < 1.9);
+    QVERIFY(rig.sink.count() > 0);
+    QVERIFY(rig.sink.snapshot().back().time < 1.9);
 }
 
 void TestFFPlayerBadInput::missingAudioDecoderPlaysPictures() {
-    TestPlayer player;
-    RecordingSink sink;
-    CallbackRecorder recorder;
-    player.setVideoView(&sink);
-    player.setCallback(&recorder, &CallbackRecorder::callback);
-    QVERIFY(player.startPlay(playbackClip("no-audio-decoder.mp4").constData()) >= 0);
-    QVERIFY(player.streamReader()->getAudioStream() == nullptr);
-    QVERIFY(player.audio() == nullptr);
-    QTRY_VERIFY_WITH_TIMEOUT(recorder.count(1) == 1, kEndTimeoutMs);
-    QVERIFY(sink.count() >= 85);
-    player.stopPlay();
+    PlayerRig rig;
+    QVERIFY(rig.startPlay(playbackClip("no-audio-decoder.mp4")));
+    QVERIFY(rig.player.streamReader()->getAudioStream() == nullptr);
+    QVERIFY(rig.player.audio() == nullptr);
+    QVERIFY(rig.waitForStatus(KvPlayerStatus::EndOfFile, 1, kEndTimeoutMs));
+    QVERIFY(rig.sink.count() >= 85);
 }
 
 void TestFFPlayerBadInput::framesChangingSizeReachTheSink() {
-    TestPlayer player;
-    RecordingSink sink;
-    CallbackRecorder recorder;
-    player.setVideoView(&sink);
-    player.setCallback(&recorder, &CallbackRecorder::callback);
-    QVERIFY(player.startPlay(playbackClip("size-change.ts").constData()) >= 0);
-    QTRY_VERIFY_WITH_TIMEOUT(recorder.count(1) + recorder.count(2) == 1, kEndTimeoutMs);
-    player.stopPlay();
+    PlayerRig rig;
+    QVERIFY(rig.startPlay(playbackClip("size-change.ts")));
+    QVERIFY(rig.waitForEnd(kEndTimeoutMs));
+    rig.player.stopPlay();
     std::set<std::pair<int, int>> sizes;
-    for (const ShownPicture& picture : sink.snapshot()) {
+    for (const ShownPicture& picture : rig.sink.snapshot()) {
         sizes.insert({picture.width, picture.height});
     }
     QVERIFY(sizes.count({320, 240}) == 1);
@@ -135,22 +115,18 @@ void TestFFPlayerBadInput::framesChangingSizeReachTheSink() {
 }
 
 void TestFFPlayerBadInput::stopPlayMidwayLeavesNoThread() {
-    TestPlayer player;
-    RecordingSink sink;
-    player.setVideoView(&sink);
-    QVERIFY(player.startPlay(playbackClip("long-10s.mp4").constData()) >= 0);
-    QTRY_VERIFY(sink.count() >= 3);
-    QVERIFY(player.anyThread());
-    player.stopPlay();
-    QVERIFY(!player.anyThread());
-    QVERIFY(!player.isPlaying());
-    QVERIFY(!player.isOpenFile());
-    const int shown = sink.count();
+    PlayerRig rig;
+    QVERIFY(rig.startAndShow(playbackClip("long-10s.mp4"), 3));
+    QVERIFY(rig.player.anyThread());
+    rig.player.stopPlay();
+    QVERIFY(!rig.player.anyThread());
+    QVERIFY(!rig.player.isPlaying());
+    QVERIFY(!rig.player.isOpenFile());
+    const int shown = rig.sink.count();
     QTest::qWait(100);
-    QCOMPARE(sink.count(), shown);
+    QCOMPARE(rig.sink.count(), shown);
     // And the player can play again.
-    QVERIFY(player.startPlay(playbackClip("play-3s.mp4").constData()) >= 0);
-    QTRY_VERIFY(sink.count() >= shown + 3);
+    QVERIFY(rig.startAndShow(playbackClip("play-3s.mp4"), shown + 3));
 }
 
 void TestFFPlayerBadInput::operationsWithoutAFileAreHarmless() {

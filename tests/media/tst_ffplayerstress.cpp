@@ -1,8 +1,8 @@
 // Starts, pauses, seeks, steps and stops a player in a quick random (but seeded, so repeatable)
 // order for 30 seconds. Nothing may crash, hang or leak; the sanitizer builds run this too.
 
-#include "KvTestMain.h"
 #include "KvPlayerTestUtil.h"
+#include "KvTestMain.h"
 
 #include <QElapsedTimer>
 #include <QRandomGenerator>
@@ -35,11 +35,8 @@ void TestFFPlayerStress::randomOperationsFor30Seconds() {
                                 playbackClip("step-25fps.mp4"), mediaClip("mjpeg-pcm.avi"),
                                 mediaClip("truncated.mp4"),     mediaClip("empty.mp4")};
     QRandomGenerator random(kSeed);
-    TestPlayer player;
-    RecordingSink sink;
-    CallbackRecorder recorder;
-    player.setVideoView(&sink);
-    player.setCallback(&recorder, &CallbackRecorder::callback);
+    PlayerRig rig;
+    TestPlayer& player = rig.player;
 
     int counts[kOperations] = {};
     qint64 slowest = 0;
@@ -96,10 +93,10 @@ void TestFFPlayerStress::randomOperationsFor30Seconds() {
     }
     qInfo("operations (startPlay stopPlay pause play seek start stop next prev volume): %s",
           qPrintable(summary));
-    qInfo("%d operations, %d pictures shown, slowest operation %lld ms", total, sink.count(),
+    qInfo("%d operations, %d pictures shown, slowest operation %lld ms", total, rig.sink.count(),
           slowest);
     QVERIFY(total > 200);
-    QVERIFY(sink.count() > 100);
+    QVERIFY(rig.sink.count() > 100);
 }
 
 KV_TEST_GUILESS_MAIN(TestFFPlayerStress)

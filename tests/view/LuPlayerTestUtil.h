@@ -1,10 +1,12 @@
 #pragma once
 
-// Helpers shared by the two-channel player tests: where the generated front/rear pairs are, and a
-// meter of how far apart the two channels' pictures are.
+// Helpers shared by the two-channel player tests: where the generated front/rear pairs are, a
+// shown view with a player wired to it (PairRig), and a meter of how far apart the two channels'
+// pictures are.
 
 #include "KvVideoInfo.h"
 #include "KvVideoView.h"
+#include "LuPlayer.h"
 #include "LuVideoView.h"
 
 #include <QCoreApplication>
@@ -36,6 +38,43 @@ inline QString mediaClip(const QString& name) {
 inline KvVideoInfo pairOf(const QString& front, const QString& rear) {
     return KvVideoInfo(front, rear);
 }
+
+// How long a wait for a channel's pictures may take (QTRY_VERIFY's default).
+constexpr int kChannelWaitMs = 5000;
+
+// The two-channel view shown at 802 x 600 with a player wired to it, as the main window has them;
+// the player stops when the rig goes. The waits return whether their condition came true in time,
+// for QVERIFY.
+struct PairRig {
+    LuVideoView view;
+    LuPlayer player; // after the view: destroyed (and its cores stopped) before it
+
+    PairRig() {
+        view.resize(802, 600);
+        view.show();
+        player.setVideoView(&view);
+        view.reset();
+    }
+    ~PairRig() { player.stopPlay(); }
+    PairRig(const PairRig&) = delete;
+    PairRig& operator=(const PairRig&) = delete;
+
+    // Whether the view reached the screen; OpenGL views draw nothing before.
+    bool exposed() { return QTest::qWaitForWindowExposed(&view); }
+    // LuPlayer::startPlay's result for the pair.
+    int startPair(const QString& front, const QString& rear) {
+        return player.startPlay(pairOf(front, rear));
+    }
+    // Until the front (rear) channel shows a picture later than `seconds`.
+    bool waitForFrontPast(double seconds, int timeoutMs = kChannelWaitMs) {
+        return QTest::qWaitFor([&] { return view.frontView->getPictureTime() > seconds; },
+                               timeoutMs);
+    }
+    bool waitForRearPast(double seconds, int timeoutMs = kChannelWaitMs) {
+        return QTest::qWaitFor([&] { return view.rearView->getPictureTime() > seconds; },
+                               timeoutMs);
+    }
+};
 
 // Samples, on the GUI thread, the times of the pictures the two channels show, and keeps the
 // largest difference seen once half a second has passed since the last command.

@@ -3,8 +3,8 @@
 // start, seek, pause, play and steps for 30 s. Nothing crashes or hangs, the front alone reports
 // progress and the end, and no thread of the player is left after stopPlay.
 
+#include "KvPlayerStatus.h"
 #include "KvTestMain.h"
-#include "LuPlayer.h"
 #include "LuPlayerTestUtil.h"
 
 #include <QRandomGenerator>
@@ -66,21 +66,19 @@ private slots:
     void randomCommandsForThirtySeconds();
 
 private:
-    std::unique_ptr<LuVideoView> view;
-    std::unique_ptr<LuPlayer> player;
+    std::unique_ptr<PairRig> rig;
+    LuVideoView* view = nullptr; // the rig's
+    LuPlayer* player = nullptr;  // the rig's
     Events events;
     int threadsBefore = 0;
 };
 
 void TestLuPlayerBadInput::init() {
-    view = std::make_unique<LuVideoView>();
-    view->resize(802, 600);
-    view->show();
-    QVERIFY(QTest::qWaitForWindowExposed(view.get()));
-    player = std::make_unique<LuPlayer>();
-    player->setVideoView(view.get());
+    rig = std::make_unique<PairRig>();
+    view = &rig->view;
+    player = &rig->player;
+    QVERIFY(rig->exposed());
     player->setCallback(&events, &Events::callback);
-    view->reset();
     threadsBefore = threadCount();
 }
 
@@ -92,45 +90,45 @@ void TestLuPlayerBadInput::cleanup() {
     QTRY_VERIFY2(
         threadCount() <= threadsBefore + 1,
         qPrintable(QString("%1 threads, %2 before").arg(threadCount()).arg(threadsBefore)));
-    player.reset();
-    view.reset();
+    player = nullptr;
+    view = nullptr;
+    rig.reset();
     events.reset();
 }
 
 void TestLuPlayerBadInput::cutOffFrontWhileTheRearPlaysOn() {
-    QCOMPARE(player->startPlay(pairOf(pairClip("front-cut.mp4"), pairClip("rear-720p.mp4"))), 0);
+    QCOMPARE(rig->startPair(pairClip("front-cut.mp4"), pairClip("rear-720p.mp4")), 0);
     // The front runs dry early for a read error (code 2); the rear plays on to its end.
-    QTRY_VERIFY_WITH_TIMEOUT(events.count(2) == 1, kPlayTimeoutMs);
-    QCOMPARE(events.count(1), 0);
+    QTRY_VERIFY_WITH_TIMEOUT(events.count(KvPlayerStatus::RanDry) == 1, kPlayTimeoutMs);
+    QCOMPARE(events.count(KvPlayerStatus::EndOfFile), 0);
     const double frontEnd = view->frontView->getPictureTime();
     QVERIFY2(frontEnd < 5.0, qPrintable(QString::number(frontEnd)));
-    QTRY_VERIFY_WITH_TIMEOUT(view->rearView->getPictureTime() > 5.8, kPlayTimeoutMs);
+    QVERIFY(rig->waitForRearPast(5.8, kPlayTimeoutMs));
     QTRY_VERIFY(!player->getRearPlayer()->isPlaying() || view->rearView->getPictureTime() > 5.9);
-    QCOMPARE(events.count(2), 1);
+    QCOMPARE(events.count(KvPlayerStatus::RanDry), 1);
 }
 
 void TestLuPlayerBadInput::rearShorterThanTheFront() {
-    QCOMPARE(player->startPlay(pairOf(pairClip("front-1080p.mp4"), pairClip("rear-short.mp4"))), 0);
-    QTRY_VERIFY_WITH_TIMEOUT(view->rearView->getPictureTime() > 2.9, kPlayTimeoutMs);
+    QCOMPARE(rig->startPair(pairClip("front-1080p.mp4"), pairClip("rear-short.mp4")), 0);
+    QVERIFY(rig->waitForRearPast(2.9, kPlayTimeoutMs));
     // The rear's end is not reported: progress and the end come from the front.
     QTest::qWait(300);
-    QCOMPARE(events.count(1), 0);
+    QCOMPARE(events.count(KvPlayerStatus::EndOfFile), 0);
     QVERIFY(player->isPlaying());
-    QTRY_VERIFY_WITH_TIMEOUT(events.count(1) == 1, kPlayTimeoutMs);
+    QTRY_VERIFY_WITH_TIMEOUT(events.count(KvPlayerStatus::EndOfFile) == 1, kPlayTimeoutMs);
     QVERIFY(events.lastTime() > 5.8);
     // The rear keeps its last picture.
     QVERIFY(view->rearView->getPictureTime() > 2.9);
     QVERIFY(view->rearView->getPictureTime() < 3.0);
     QTest::qWait(300);
-    QCOMPARE(events.count(1), 1);
-    QCOMPARE(events.count(2), 0);
+    QCOMPARE(events.count(KvPlayerStatus::EndOfFile), 1);
+    QCOMPARE(events.count(KvPlayerStatus::RanDry), 0);
 }
 
 void TestLuPlayerBadInput::rearWithoutVideo() {
-    QCOMPARE(player->startPlay(pairOf(pairClip("front-1080p.mp4"), pairClip("rear-novideo.mp4"))),
-             0);
+    QCOMPARE(rig->startPair(pairClip("front-1080p.mp4"), pairClip("rear-novideo.mp4")), 0);
     QCOMPARE(view->getPlayerCount(), 2);
-    QTRY_VERIFY(view->frontView->getPictureTime() > 1.0);
+    QVERIFY(rig->waitForFrontPast(1.0));
     QCOMPARE(view->rearView->getPictureTime(), -1.0);
     // Seeking and pausing work for the front.
     player->seek(4.5);
@@ -138,7 +136,7 @@ void TestLuPlayerBadInput::rearWithoutVideo() {
     player->pause();
     QVERIFY(!player->isPlaying());
     player->play();
-    QTRY_VERIFY_WITH_TIMEOUT(events.count(1) == 1, kPlayTimeoutMs);
+    QTRY_VERIFY_WITH_TIMEOUT(events.count(KvPlayerStatus::EndOfFile) == 1, kPlayTimeoutMs);
     QCOMPARE(view->rearView->getPictureTime(), -1.0);
 }
 
