@@ -1,9 +1,9 @@
 #include "KvGPSReader.h"
 
 #include "Kv70maiGPSReader.h"
+#include "KvBoxBytes.h"
 #include "KvFileUtils.h"
 #include "KvLogCategories.h"
-#include "KvMediaUtils.h"
 #include "KvNovatekGPSReader.h"
 #include "KvSidecarGPSReader.h"
 #include "KvThinkwareGPSReader.h"

@@ -1,3 +1,4 @@
+#include "KvGpsMath.h"
 #include "KvSpeedGraph.h"
 #include "KvTestMain.h"
 
@@ -88,10 +89,9 @@ void TestSpeedGraph::milesPerHourRescales() {
     graph.resize(GraphWidth, GraphHeight);
     graph.setLocations(ramp());
     graph.setSpeedUnit(1);
-    QVERIFY(qAbs(graph.speedScale() - 110.0 * KvSpeedGraph::MilesPerKilometre) < 1e-9);
+    QVERIFY(qAbs(graph.speedScale() - 110.0 * KvMilesPerKm) < 1e-9);
     const QImage image = graph.grab().toImage();
-    QVERIFY(speedLineNear(image, centreOf(graph, 80, 100),
-                          graph.yOfSpeed(100.0 * KvSpeedGraph::MilesPerKilometre)));
+    QVERIFY(speedLineNear(image, centreOf(graph, 80, 100), graph.yOfSpeed(100.0 * KvMilesPerKm)));
 }
 
 void TestSpeedGraph::invalidFixesLeaveGaps() {
