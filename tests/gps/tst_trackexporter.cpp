@@ -1,5 +1,6 @@
 #include "KvTestMain.h"
 #include "KvTrackExporter.h"
+#include "ToolProcess.h"
 
 #include <QDomDocument>
 #include <QProcess>
@@ -144,9 +145,9 @@ void TestTrackExporter::gpxValidatesAgainstTheSchema() {
                                           QStringLiteral("Fahrt <1> & \"ü\""), &error),
              qPrintable(error));
     QProcess lint;
-    lint.start(QStringLiteral("xmllint"),
-               {QStringLiteral("--noout"), QStringLiteral("--schema"),
-                QStringLiteral(KV_SOURCE_DIR "/tests/data/gpx.xsd"), path});
+    kvtest::startTool(lint, QStringLiteral("xmllint"),
+                      {QStringLiteral("--noout"), QStringLiteral("--schema"),
+                       QStringLiteral(KV_SOURCE_DIR "/tests/data/gpx.xsd"), path});
     QVERIFY2(lint.waitForFinished(30000), "xmllint (libxml2-utils) did not run");
     QVERIFY2(lint.exitCode() == 0, lint.readAllStandardError().constData());
     const QByteArray gpx = readAll(path);
