@@ -6,21 +6,29 @@
 //     (goal: 500 ms),
 //   - the longest time the GUI thread did not come back to its event loop while the marker
 //     followed the play position, measured with a 1 ms watchdog timer (goal: 20 ms).
+// Then the trip panel beside the map, in the GUI thread's CPU time:
+//   - VideoInfoView::setLocations of 100,000 fixes (goal: 2,000 ms),
+//   - one repaint of the speed graph over an hour-long track while the cursor moves (goal: 5 ms).
 //
 //   kv_bench_map [fixes] [update interval ms] [grab.png]
 #include "KvLocation.h"
 #include "KvMapWidget.h"
+#include "KvSpeedGraph.h"
+#include "VideoInfoView.h"
 
 #include <QApplication>
 #include <QElapsedTimer>
 #include <QEventLoop>
 #include <QImage>
+#include <QPixmap>
+#include <QStandardPaths>
 #include <QTimer>
 #include <QWebEnginePage>
 #include <QWebEngineView>
 
 #include <algorithm>
 #include <clocale>
+#include <cmath>
 #include <cstdio>
 #include <memory>
 #include <vector>
@@ -35,6 +43,12 @@ constexpr int kDefaultUpdateIntervalMs = 20;
 constexpr double kGoalDrawLineMs = 50.0;
 constexpr double kGoalTrackShownMs = 500.0;
 constexpr double kGoalGuiBlockMs = 20.0;
+// The trip panel: statistics of a very long track, and the graph's repaint while playing.
+constexpr int kPanelFixes = 100000;
+constexpr double kGoalPanelSetLocationsMs = 2000.0;
+constexpr int kGraphFixes = 3600;
+constexpr int kGraphFrames = 50;
+constexpr double kGoalGraphFrameMs = 5.0;
 constexpr int kViewWidth = 800;
 constexpr int kViewHeight = 600;
 constexpr int kPageTimeoutMs = 60000;
@@ -235,6 +249,53 @@ void report(char const* page, int fixes, int intervalMs, Figures const& f) {
                 fixes - 1);
 }
 
+// setLocations of a long track (maximum, average and distance over every fix), then the speed
+// graph repainting an hour-long track frame after frame, each in the GUI thread's CPU time.
+void benchTripPanel() {
+    QVector<KvLocation> longTrack;
+    longTrack.reserve(kPanelFixes);
+    for (int i = 0; i < kPanelFixes; ++i) {
+        KvLocation location;
+        location.valid = true;
+        location.latitude = 30.0 + i * 1e-5;
+        location.longitude = 100.0;
+        location.speed = 36.0;
+        longTrack.append(location);
+    }
+    VideoInfoView panel;
+    double const start = threadCpuMs();
+    panel.setLocations(longTrack);
+    double const setLocationsMs = threadCpuMs() - start;
+    std::printf("bench: trip panel\n");
+    std::printf("  setLocations of %d fixes      %8.1f ms   goal %4.0f ms   ratio %.2f\n",
+                kPanelFixes, setLocationsMs, kGoalPanelSetLocationsMs,
+                setLocationsMs / kGoalPanelSetLocationsMs);
+
+    QVector<KvLocation> hour;
+    for (int i = 0; i < kGraphFixes; ++i) {
+        KvLocation fix;
+        fix.valid = i % 300 != 0;
+        fix.speed = 50.0 + 30.0 * std::sin(i / 60.0);
+        fix.gsensorX = 0.3 * std::sin(i / 7.0);
+        fix.gsensorY = 0.2 * std::cos(i / 11.0);
+        fix.gsensorZ = 1.0;
+        hour.append(fix);
+    }
+    KvSpeedGraph graph;
+    graph.resize(1000, 140);
+    graph.setLocations(hour);
+    graph.show();
+    QPixmap target(graph.size());
+    double const frameStart = threadCpuMs();
+    for (int frame = 0; frame < kGraphFrames; ++frame) {
+        graph.setPosition(frame, kGraphFrames);
+        graph.render(&target);
+    }
+    double const frameMs = (threadCpuMs() - frameStart) / kGraphFrames;
+    std::printf("  speed graph repaint, %d fixes %8.2f ms   goal %4.0f ms   ratio %.2f\n",
+                kGraphFixes, frameMs, kGoalGraphFrameMs, frameMs / kGoalGraphFrameMs);
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
@@ -242,6 +303,8 @@ int main(int argc, char** argv) {
     QApplication app(argc, argv);
     std::setlocale(LC_NUMERIC, "C");
     QCoreApplication::setApplicationName(QStringLiteral("dashcam-player"));
+    // The trip panel reads the settings: the user's own stay untouched.
+    QStandardPaths::setTestModeEnabled(true);
     int const fixes = argc > 1 ? std::max(1, std::atoi(argv[1])) : kDefaultFixes;
     int const intervalMs = argc > 2 ? std::max(0, std::atoi(argv[2])) : kDefaultUpdateIntervalMs;
     QString const grabPath = argc > 3 ? QString::fromLocal8Bit(argv[3]) : QString();
@@ -267,5 +330,6 @@ int main(int argc, char** argv) {
             view->grab().toImage().save(path);
         }
     }
+    benchTripPanel();
     return ok ? 0 : 1;
 }

@@ -1,5 +1,7 @@
 #include "GPSPoint.h"
 
+#include "KvGpsMath.h"
+
 #include <cmath>
 
 namespace {
@@ -9,14 +11,13 @@ constexpr double kSemiMajorAxis = 6378245.0;
 constexpr double kEccentricitySquared = 0.006693421622965943;
 // kSemiMajorAxis * (1 - kEccentricitySquared), kept as the published precomputed number.
 constexpr double kSemiMajorAxisTimesOneMinusEe = 6335552.717000426;
-constexpr double kPi = 3.141592653589793;
 
 // BD-09 is GCJ-02 shifted and slightly rotated and scaled around the origin.
 constexpr double kBd09LngOffset = 0.0065;
 constexpr double kBd09LatOffset = 0.006;
 constexpr double kBd09RadiusFactor = 0.00002;
 constexpr double kBd09AngleFactor = 0.000003;
-constexpr double kBd09AngleScale = kPi * 3000.0 / 180.0;
+constexpr double kBd09AngleScale = KvPi * 3000.0 / 180.0;
 
 // The rough box of mainland China; the offsets apply only inside it (bounds included).
 constexpr double kChinaMinLng = 72.004;
@@ -36,23 +37,23 @@ bool outOfChina(GPSPoint const& point) {
 
 // The periodic terms shared by both offsets.
 double waveX(double x) {
-    return (20.0 * std::sin(6.0 * x * kPi) + 20.0 * std::sin(2.0 * x * kPi)) * 2.0 / 3.0;
+    return (20.0 * std::sin(6.0 * x * KvPi) + 20.0 * std::sin(2.0 * x * KvPi)) * 2.0 / 3.0;
 }
 
 double transformLat(double x, double y) {
     double result =
         -100.0 + 2.0 * x + 3.0 * y + 0.2 * y * y + 0.1 * x * y + 0.2 * std::sqrt(std::fabs(x));
     result += waveX(x);
-    result += (20.0 * std::sin(y * kPi) + 40.0 * std::sin(y / 3.0 * kPi)) * 2.0 / 3.0;
-    result += (160.0 * std::sin(y / 12.0 * kPi) + 320.0 * std::sin(y * kPi / 30.0)) * 2.0 / 3.0;
+    result += (20.0 * std::sin(y * KvPi) + 40.0 * std::sin(y / 3.0 * KvPi)) * 2.0 / 3.0;
+    result += (160.0 * std::sin(y / 12.0 * KvPi) + 320.0 * std::sin(y * KvPi / 30.0)) * 2.0 / 3.0;
     return result;
 }
 
 double transformLng(double x, double y) {
     double result = 300.0 + x + 2.0 * y + 0.1 * x * x + 0.1 * x * y + 0.1 * std::sqrt(std::fabs(x));
     result += waveX(x);
-    result += (20.0 * std::sin(x * kPi) + 40.0 * std::sin(x / 3.0 * kPi)) * 2.0 / 3.0;
-    result += (150.0 * std::sin(x / 12.0 * kPi) + 300.0 * std::sin(x / 30.0 * kPi)) * 2.0 / 3.0;
+    result += (20.0 * std::sin(x * KvPi) + 40.0 * std::sin(x / 3.0 * KvPi)) * 2.0 / 3.0;
+    result += (150.0 * std::sin(x / 12.0 * KvPi) + 300.0 * std::sin(x / 30.0 * KvPi)) * 2.0 / 3.0;
     return result;
 }
 
@@ -66,12 +67,12 @@ GPSPoint wgs84ToGcj02(GPSPoint point) {
     double const y = point.lat - kOriginLat;
     double dLat = transformLat(x, y);
     double dLng = transformLng(x, y);
-    double const radLat = point.lat / 180.0 * kPi;
+    double const radLat = point.lat / 180.0 * KvPi;
     double const sinLat = std::sin(radLat);
     double const magic = 1.0 - kEccentricitySquared * sinLat * sinLat;
     double const sqrtMagic = std::sqrt(magic);
-    dLat = (dLat * 180.0) / ((kSemiMajorAxisTimesOneMinusEe / (magic * sqrtMagic)) * kPi);
-    dLng = (dLng * 180.0) / (kSemiMajorAxis / sqrtMagic * std::cos(radLat) * kPi);
+    dLat = (dLat * 180.0) / ((kSemiMajorAxisTimesOneMinusEe / (magic * sqrtMagic)) * KvPi);
+    dLng = (dLng * 180.0) / (kSemiMajorAxis / sqrtMagic * std::cos(radLat) * KvPi);
     return GPSPoint(point.lat + dLat, point.lng + dLng);
 }
 

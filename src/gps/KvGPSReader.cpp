@@ -1,9 +1,9 @@
 #include "KvGPSReader.h"
 
 #include "Kv70maiGPSReader.h"
+#include "KvBoxBytes.h"
 #include "KvFileUtils.h"
 #include "KvLogCategories.h"
-#include "KvMediaUtils.h"
 #include "KvNovatekGPSReader.h"
 #include "KvSidecarGPSReader.h"
 #include "KvThinkwareGPSReader.h"
@@ -281,19 +281,37 @@ bool readGPSFromAITVideo(QVector<KvLocation>& locations, QString const& path) {
     return !locations.isEmpty();
 }
 
-bool readGPSTrack(QVector<KvLocation>& locations, QStringList const& paths) {
+QVector<KvGpsLayout> const& gpsLayouts() {
+    // In the order they are tried. The first two are tried for every clip before any of the
+    // others, so a clip that has a track in one of them keeps giving the same track whatever
+    // else a recording holds (tst_gpsformatorder pins the whole order). A new layout joins
+    // with one line in the group it belongs to.
+    static QVector<KvGpsLayout> const layouts = {
+        {"subtitle", KvGpsLayout::Primary,
+         [](QVector<KvLocation>& locations, QString const& path) {
+             return readGPSFromVideo(locations, path);
+         }},
+        {"gps0", KvGpsLayout::Primary, readGPSFromAITVideo},
+        {"novatek", KvGpsLayout::OtherRecorders, readGPSFromNovatekVideo},
+        {"70mai", KvGpsLayout::OtherRecorders, readGPSFrom70maiVideo},
+        {"thinkware", KvGpsLayout::OtherRecorders, readGPSFromThinkwareVideo},
+        {"sidecar", KvGpsLayout::OtherRecorders, readGPSFromSidecar},
+    };
+    return layouts;
+}
+
+bool readGPSTrack(QVector<KvLocation>& locations, QStringList const& paths, QString* layout) {
     locations.clear();
-    for (QString const& path : paths) {
-        if (readGPSFromVideo(locations, path) || readGPSFromAITVideo(locations, path)) {
-            return true;
-        }
-    }
-    // Only when no clip has a track in either of the two forms above are the other recorders'
-    // layouts tried, clip by clip, so a clip that has one keeps giving the same track.
-    for (QString const& path : paths) {
-        if (readGPSFromNovatekVideo(locations, path) || readGPSFrom70maiVideo(locations, path) ||
-            readGPSFromThinkwareVideo(locations, path) || readGPSFromSidecar(locations, path)) {
-            return true;
+    for (KvGpsLayout::Group group : {KvGpsLayout::Primary, KvGpsLayout::OtherRecorders}) {
+        for (QString const& path : paths) {
+            for (KvGpsLayout const& candidate : gpsLayouts()) {
+                if (candidate.group == group && candidate.read(locations, path)) {
+                    if (layout != nullptr) {
+                        *layout = QString::fromLatin1(candidate.name);
+                    }
+                    return true;
+                }
+            }
         }
     }
     return false;

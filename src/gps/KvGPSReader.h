@@ -32,13 +32,29 @@ bool readGPSFromVideo(QVector<KvLocation>& locations, QString const& path,
 // range is stored with valid false. True when at least one record was stored.
 bool readGPSFromAITVideo(QVector<KvLocation>& locations, QString const& path);
 
+// One way a clip can hold its track: a name for diagnostics ("subtitle", "gps0", "novatek",
+// "70mai", "thinkware", "sidecar") and its reader, which empties `locations` first and returns
+// true when it stored a fix. Each reader is its own cheap probe: it gives up at the first header,
+// box or cue that does not belong to its layout.
+struct KvGpsLayout {
+    // The primary forms are tried for every clip before any of the other recorders' layouts.
+    enum Group { Primary, OtherRecorders };
+    char const* name;
+    Group group;
+    bool (*read)(QVector<KvLocation>& locations, QString const& path);
+};
+
+// The layouts in the order readGPSTrack tries them within each group.
+QVector<KvGpsLayout> const& gpsLayouts();
+
 // A recording's track: for each clip in the order given (front first), the subtitle track, else
 // the "gps0" box; the first clip that yields a track supplies it, so the subtitle form wins over
 // the box form. When no clip yields one that way, the other recorders' layouts are tried clip by
 // clip, each clip in this order: Novatek "freeGPS " blocks, the 70mai "GPS " box, Thinkware
 // subtitle cues, a sidecar file (NMEA text, then GPX). True when a track was found; `locations`
-// is empty otherwise.
-bool readGPSTrack(QVector<KvLocation>& locations, QStringList const& paths);
+// is empty otherwise. `layout`, when given, receives the name of the layout that supplied it.
+bool readGPSTrack(QVector<KvLocation>& locations, QStringList const& paths,
+                  QString* layout = nullptr);
 
 // The text a camera wrote into one subtitle rectangle, as locationFromText expects it. FFmpeg
 // hands subtitle text over as an ASS dialogue event ("ReadOrder,Layer,Style,Name,MarginL,

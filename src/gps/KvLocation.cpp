@@ -1,12 +1,12 @@
 #include "KvLocation.h"
 
 #include "KvCNumericLocale.h"
+#include "KvGpsMath.h"
 
 #include <QByteArray>
 #include <QLatin1String>
 #include <QStringList>
 
-#include <climits>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
@@ -30,22 +30,10 @@ constexpr int kGsensorXOffset = 2;
 constexpr int kGsensorYOffset = 4;
 constexpr int kGsensorZOffset = 6;
 
-constexpr double kKmhPerKnot = 1.852;
-
 // The compact line some cameras write instead of a sentence:
 // status,ddmmyy,hhmmss[.sss],lat,N|S,lon,E|W,km/h,x,y,z;
 constexpr char kFallbackFormat[] = "%c,%02d%02d%02d,%lf,%lf,%c,%lf,%c,%lf,%lf,%lf,%lf;";
 constexpr int kFallbackConversions = 13;
-
-// Truncates toward zero to a 32-bit integer. Values that do not fit (and NaN) give INT_MIN,
-// which is what the x86 conversion instruction yields, instead of undefined behaviour: a camera
-// that writes "1e300" as its time gets a nonsense time, not a crash.
-int32_t truncateToInt32(double value) {
-    if (!(value > double(INT_MIN) - 1.0 && value < double(INT_MAX) + 1.0)) {
-        return INT_MIN;
-    }
-    return static_cast<int32_t>(value);
-}
 
 bool equalsIgnoreCase(QString const& part, char letter) {
     return part.compare(QLatin1String(&letter, 1), Qt::CaseInsensitive) == 0;
@@ -125,7 +113,7 @@ int locationFromGPRMC(QString const& text, KvLocation* location) {
     location->longitude =
         coordinateFromParts(parts.at(kLongitudePart), parts.at(kLongitudeHemispherePart), 'W');
     QString const& speed = parts.at(kSpeedPart);
-    location->speed = speed.isEmpty() ? 0.0 : speed.toDouble() * kKmhPerKnot;
+    location->speed = speed.isEmpty() ? 0.0 : speed.toDouble() * KvKmhPerKnot;
     readSentenceDate(parts.at(kDatePart), location);
     readGsensorLine(parts, location);
     return 0;
@@ -258,8 +246,7 @@ int KvLocation::locationFromText(QString const& text, KvLocation* location) {
 }
 
 double KvLocation::convertGPSDDMM(double value) {
-    int32_t const degrees = truncateToInt32(value) / 100;
-    return (value - 100.0 * degrees) / 60.0 + degrees;
+    return ddmmToDegrees(value);
 }
 
 bool KvLocation::isSameSecond(KvLocation const& a, KvLocation const& b) {

@@ -1,5 +1,7 @@
 #include "KvNmeaSentence.h"
 
+#include "KvGpsMath.h"
+
 #include <charconv>
 #include <cmath>
 #include <cstring>
@@ -8,8 +10,6 @@ namespace {
 
 constexpr double kMaxLatitude = 90.0;
 constexpr double kMaxLongitude = 180.0;
-constexpr double kMinutesPerDegree = 60.0;
-constexpr double kKmhPerKnot = 1.852;
 // Ground speeds above this (about 1,850 km/h) are damaged fields, not vehicles.
 constexpr double kMaxKnots = 1000.0;
 // "hhmmss" and "ddmmyy" have six digits before any fraction.
@@ -187,7 +187,7 @@ bool KvNmeaSentence::_readRmc(KvLocation* location, bool* hasTime) const {
         (!_fieldNumber(kSpeed, &knots) || knots < 0.0 || knots > kMaxKnots)) {
         return false;
     }
-    location->speed = knots * kKmhPerKnot;
+    location->speed = knots * KvKmhPerKnot;
     location->day = location->month = location->year = 0;
     if (!_fieldIsEmpty(kDate)) {
         char const* date = nullptr;
@@ -301,14 +301,9 @@ bool KvNmeaSentence::_readCoordinate(int numberIndex, char positive, char negati
     }
     char const hemisphere = _fieldLetter(numberIndex + 1);
     double raw = 0.0;
+    double value = 0.0;
     if ((hemisphere != positive && hemisphere != negative) || !_fieldNumber(numberIndex, &raw) ||
-        raw < 0.0) {
-        return false;
-    }
-    double const wholeDegrees = std::floor(raw / 100.0);
-    double const minutes = raw - wholeDegrees * 100.0;
-    double const value = wholeDegrees + minutes / kMinutesPerDegree;
-    if (minutes >= kMinutesPerDegree || value > maxDegrees) {
+        !ddmmToDegreesInRange(raw, maxDegrees, &value)) {
         return false;
     }
     *degrees = hemisphere == negative ? -value : value;

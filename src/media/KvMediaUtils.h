@@ -41,11 +41,3 @@ int writeAVFrame2Jpg(const AVFrame* frame, const QString& path);
 int writeNV12(unsigned char* y, unsigned char* uv, int width, int height, const QString& path);
 int writeYUV420P(unsigned char* y, unsigned char* u, unsigned char* v, int width, int height,
                  const QString& path);
-
-// Readers of binary numbers in the "gps0" box. The byte orders are mixed on purpose, matching the
-// box: the integers are big-endian, hex2long reads only four bytes (zero-extended) like hex2int,
-// and hex2double takes eight bytes in the host's own (little-endian) order without any swap.
-short hex2short(unsigned char* bytes);
-int hex2int(unsigned char* bytes);
-long hex2long(unsigned char* bytes);
-double hex2double(unsigned char* bytes);

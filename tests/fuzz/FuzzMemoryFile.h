@@ -35,6 +35,4 @@ private:
     QString _path;
 };
 
-inline void quiet(QtMsgType, QMessageLogContext const&, QString const&) {}
-
 } // namespace kvfuzz

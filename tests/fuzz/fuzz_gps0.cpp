@@ -4,14 +4,11 @@
 // number of records, their date and time bytes, the g-sensor axes left at zero, the validity
 // rule, and that the result says whether anything was stored. The file lives in memory
 // (memfd), reached by its /proc/self/fd path, so the fuzzer does not wear the disk.
+#include "FuzzMemoryFile.h"
 #include "KvGPSReader.h"
+#include "KvLogCategories.h"
 
-#include <QString>
 #include <QVector>
-#include <QtGlobal>
-
-#include <sys/mman.h>
-#include <unistd.h>
 
 #include <cmath>
 #include <cstddef>
@@ -25,10 +22,7 @@ namespace {
 constexpr int64_t kHeaderSize = 8;
 constexpr int64_t kRecordSize = 32;
 
-int memoryFile = -1;
-QString memoryFilePath;
-
-void quiet(QtMsgType, QMessageLogContext const&, QString const&) {}
+kvfuzz::MemoryFile* memoryFile = nullptr;
 
 uint32_t bigEndian32(uint8_t const* bytes) {
     return (uint32_t(bytes[0]) << 24) | (uint32_t(bytes[1]) << 16) | (uint32_t(bytes[2]) << 8) |
@@ -70,22 +64,15 @@ ExpectedBox walk(uint8_t const* data, int64_t size) {
 } // namespace
 
 extern "C" int LLVMFuzzerInitialize(int*, char***) {
-    qInstallMessageHandler(quiet);
-    memoryFile = memfd_create("fuzz-gps0", 0);
-    if (memoryFile < 0) {
-        std::abort();
-    }
-    memoryFilePath = QString("/proc/self/fd/%1").arg(memoryFile);
+    // The readers' debug lines would flood the fuzzer's output; warnings stay.
+    QLoggingCategory::setFilterRules(QLatin1String(KvQuietDebugRules));
+    memoryFile = new kvfuzz::MemoryFile("fuzz-gps0");
     return 0;
 }
 
 extern "C" int LLVMFuzzerTestOneInput(uint8_t const* data, size_t size) {
-    if (ftruncate(memoryFile, 0) != 0 ||
-        (size > 0 && pwrite(memoryFile, data, size, 0) != static_cast<ssize_t>(size))) {
-        std::abort();
-    }
     QVector<KvLocation> locations(3);
-    bool const found = readGPSFromAITVideo(locations, memoryFilePath);
+    bool const found = readGPSFromAITVideo(locations, memoryFile->write(data, size));
     if (found != !locations.isEmpty()) {
         std::abort();
     }

@@ -6,6 +6,7 @@
 
 #include "GPSTestUtil.h"
 #include "KvLocation.h"
+#include "ToolProcess.h"
 
 #include <QByteArray>
 #include <QDateTime>
@@ -314,7 +315,7 @@ inline bool writeSubtitleClip(QString const& path, QVector<QByteArray> const& cu
     args << "-c:s"
          << "mov_text" << path;
     QProcess ffmpeg;
-    ffmpeg.start("ffmpeg", args);
+    startTool(ffmpeg, QStringLiteral("ffmpeg"), args);
     bool const ok = ffmpeg.waitForFinished(120000) && ffmpeg.exitCode() == 0;
     QFile::remove(srtPath);
     return ok;

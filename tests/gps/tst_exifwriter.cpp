@@ -1,5 +1,6 @@
 #include "KvExifWriter.h"
 #include "KvTestMain.h"
+#include "ToolProcess.h"
 
 #include <QImage>
 #include <QJsonArray>
@@ -65,8 +66,9 @@ QString TestExifWriter::_stillImage(const QString& name) {
 
 QJsonObject TestExifWriter::_exiftool(const QString& path) {
     QProcess tool;
-    tool.start(QStringLiteral("exiftool"),
-               {QStringLiteral("-j"), QStringLiteral("-n"), QStringLiteral("-GPS:all"), path});
+    kvtest::startTool(
+        tool, QStringLiteral("exiftool"),
+        {QStringLiteral("-j"), QStringLiteral("-n"), QStringLiteral("-GPS:all"), path});
     if (!tool.waitForFinished(30000) || tool.exitCode() != 0) {
         qWarning() << "exiftool failed:" << tool.readAllStandardError();
         return QJsonObject();

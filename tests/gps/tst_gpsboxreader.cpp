@@ -1,12 +1,11 @@
 // The "gps0" box reader on hand-built files and on the generated clip with a box after its own.
-#include "KvTestMain.h"
 #include "GPSTestUtil.h"
 #include "KvGPSReader.h"
+#include "KvTestMain.h"
 #include "LocationTestUtil.h"
 #include "StreamReader.h"
 
 #include <QDir>
-#include <QElapsedTimer>
 #include <QFile>
 #include <QTemporaryDir>
 #include <QVector>
@@ -25,8 +24,6 @@ using kvtest::writeFile;
 namespace {
 
 constexpr double kTolerance = 1e-9;
-// A walk that does not end would run into the test's own timeout; this is far below it.
-constexpr qint64 kPromptMs = 2000;
 
 GpsRecord record(double latitude, double longitude, uint16_t speed, uint8_t second) {
     GpsRecord r;
@@ -92,15 +89,10 @@ private:
         return path;
     }
 
-    // Reads the file's box; fails the test when the walk does not end promptly.
+    // Reads the file's box into a track that is not empty before.
     QVector<KvLocation> _read(QString const& path, bool* found = nullptr) {
         QVector<KvLocation> locations = prefilled();
-        QElapsedTimer timer;
-        timer.start();
         bool const result = readGPSFromAITVideo(locations, path);
-        if (timer.elapsed() > kPromptMs) {
-            qWarning("reading %s took %lld ms", qPrintable(path), timer.elapsed());
-        }
         if (found != nullptr) {
             *found = result;
         }
@@ -239,11 +231,8 @@ private slots:
     void walkStops() {
         QFETCH(QByteArray, bytes);
         QString const path = _write("walk.mp4", bytes);
-        QElapsedTimer timer;
-        timer.start();
         bool found = true;
         QVector<KvLocation> const locations = _read(path, &found);
-        QVERIFY(timer.elapsed() < kPromptMs);
         QVERIFY(!found);
         QVERIFY(locations.isEmpty());
     }

@@ -13,7 +13,6 @@
 #include "KvThinkwareGPSReader.h"
 #include "KvTrackLimits.h"
 
-#include <QElapsedTimer>
 #include <QRandomGenerator>
 #include <QTemporaryDir>
 #include <QtTest>
@@ -50,9 +49,6 @@ private:
 };
 
 namespace {
-
-// Far below the test's own timeout: a reader that loops would fail here first.
-constexpr qint64 kPromptMs = 5000;
 
 TrackFix oneFix() {
     TrackFix fix;
@@ -103,11 +99,8 @@ void TestGPSFormatBadInput::novatekIndexCountOverflows() {
     clip.replace(count, 4, bigEndian32(0xFFFFFFFFu));
     QVERIFY(writeFile(_path("count.MOV"), clip));
     QVector<KvLocation> locations;
-    QElapsedTimer timer;
-    timer.start();
     QVERIFY(readGPSFromNovatekVideo(locations, _path("count.MOV")));
     QCOMPARE(locations.size(), 1);
-    QVERIFY(timer.elapsed() < kPromptMs);
 }
 
 void TestGPSFormatBadInput::novatekIndexOffsetsPastTheEnd() {
@@ -275,10 +268,7 @@ void TestGPSFormatBadInput::hugeSidecar() {
     }
     QVERIFY(writeFile(_path("huge.nmea"), text));
     QVector<KvLocation> locations;
-    QElapsedTimer timer;
-    timer.start();
     QVERIFY(readGPSFromSidecar(locations, _path("huge.MP4")));
-    QVERIFY2(timer.elapsed() < kPromptMs, qPrintable(QString::number(timer.elapsed())));
     QCOMPARE(locations.size(), kMaxTrackFixes);
     // An overlong line (no newline in 50 MB) reads as nothing.
     QVERIFY(writeFile(_path("line.nmea"), QByteArray(50 * 1024 * 1024, 'A')));
@@ -295,10 +285,7 @@ void TestGPSFormatBadInput::gpxWithAMillionPoints() {
     QVERIFY(writeFile(_path("million.gpx"), xml));
     xml.clear();
     QVector<KvLocation> locations;
-    QElapsedTimer timer;
-    timer.start();
     QVERIFY(readGPSFromSidecar(locations, _path("million.MP4")));
-    QVERIFY2(timer.elapsed() < kPromptMs, qPrintable(QString::number(timer.elapsed())));
     QCOMPARE(locations.size(), kMaxTrackFixes);
 }
 
@@ -317,11 +304,8 @@ void TestGPSFormatBadInput::gpxXmlBomb() {
             "</trkseg></trk></gpx>\n";
     QVERIFY(writeFile(_path("bomb.gpx"), bomb));
     QVector<KvLocation> locations;
-    QElapsedTimer timer;
-    timer.start();
     QTest::ignoreMessage(QtDebugMsg, "gpx: a document type declaration is not read");
     QVERIFY(!readGPSFromSidecar(locations, _path("bomb.MP4")));
-    QVERIFY(timer.elapsed() < kPromptMs);
     // An entity used without a declaration is an error: the points before it are kept.
     QByteArray const undeclared = "<gpx><trk><trkseg><trkpt lat=\"1\" lon=\"2\"/>"
                                   "<trkpt lat=\"3\" lon=\"4\"><name>&x;</name></trkpt>"
@@ -345,10 +329,7 @@ void TestGPSFormatBadInput::gpxHugeText() {
         file.write("</name></trkpt></trkseg></trk></gpx>");
     }
     QVector<KvLocation> locations;
-    QElapsedTimer timer;
-    timer.start();
     QVERIFY(readGPSFromSidecar(locations, _path("text.MP4")));
-    QVERIFY(timer.elapsed() < kPromptMs);
     QCOMPARE(locations.size(), 1);
     QCOMPARE(locations.first().latitude, 1.0);
 }

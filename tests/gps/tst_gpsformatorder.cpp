@@ -1,6 +1,7 @@
 // Which reader supplies a recording's track when its clips hold several layouts: the subtitle
 // text and the "gps0" box for every clip first, as always; only then the other recorders'
-// layouts, clip by clip, each clip in the order Novatek, 70mai, Thinkware, sidecar.
+// layouts, clip by clip, each clip in the order Novatek, 70mai, Thinkware, sidecar; and the name
+// of the layout that answered.
 #include "GPSFormatTestUtil.h"
 #include "KvGPSReader.h"
 #include "KvTestMain.h"
@@ -24,6 +25,8 @@ private slots:
     void thinkwareBeforeSidecar();
     void frontSidecarBeforeRearBox();
     void nothingAnywhere();
+    void layoutsInTheOrderTried();
+    void layoutNameSaysWhichReaderAnswered();
 
 private:
     QString _path(QString const& name) const { return _dir.path() + QLatin1Char('/') + name; }
@@ -165,6 +168,49 @@ void TestGPSFormatOrder::nothingAnywhere() {
     QVector<KvLocation> locations(2);
     QVERIFY(!readGPSTrack(locations, {_path("empty1.MP4"), _path("missing.MP4")}));
     QVERIFY(locations.isEmpty());
+}
+
+void TestGPSFormatOrder::layoutsInTheOrderTried() {
+    QStringList names;
+    QStringList primary;
+    for (KvGpsLayout const& layout : gpsLayouts()) {
+        names << QString::fromLatin1(layout.name);
+        if (layout.group == KvGpsLayout::Primary) {
+            primary << QString::fromLatin1(layout.name);
+        }
+        QVERIFY(layout.read != nullptr);
+    }
+    QCOMPARE(names, QStringList({"subtitle", "gps0", "novatek", "70mai", "thinkware", "sidecar"}));
+    QCOMPARE(primary, QStringList({"subtitle", "gps0"}));
+}
+
+void TestGPSFormatOrder::layoutNameSaysWhichReaderAnswered() {
+    QVERIFY(writeFile(_path("named-novatek.MP4"), box("ftyp", QByteArray("isom\0\0\0\0", 8)) +
+                                                      _gpsBox(22) + _novatekBlock(55)));
+    GpsRecord record;
+    record.latitude = 4400.0;
+    record.longitude = 1000.0;
+    QVERIFY(writeFile(_path("named-gps0.MP4"), plainMp4() + box("gps0", recordBytes(record))));
+    QVERIFY(writeFile(_path("named-sidecar.MP4"), plainMp4()));
+    QVERIFY(writeFile(_path("named-sidecar.nmea"), _nmea(33)));
+    QVERIFY(_subtitleClip("named-subtitle.mp4", {_rmcCue(12)}));
+
+    QVector<KvLocation> locations;
+    QString layout;
+    QVERIFY(readGPSTrack(locations, {_path("named-novatek.MP4")}, &layout));
+    QCOMPARE(layout, QStringLiteral("novatek"));
+    QVERIFY(
+        readGPSTrack(locations, {_path("named-sidecar.MP4"), _path("named-gps0.MP4")}, &layout));
+    QCOMPARE(layout, QStringLiteral("gps0"));
+    QVERIFY(readGPSTrack(locations, {_path("named-sidecar.MP4")}, &layout));
+    QCOMPARE(layout, QStringLiteral("sidecar"));
+    QCOMPARE(qRound(locations.first().latitude), 33);
+    QVERIFY(readGPSTrack(locations, {_path("named-subtitle.mp4")}, &layout));
+    QCOMPARE(layout, QStringLiteral("subtitle"));
+    // Without a track the name is left as it was.
+    layout = QStringLiteral("unchanged");
+    QVERIFY(!readGPSTrack(locations, {_path("missing.MP4")}, &layout));
+    QCOMPARE(layout, QStringLiteral("unchanged"));
 }
 
 KV_TEST_GUILESS_MAIN(TestGPSFormatOrder)

@@ -1,9 +1,10 @@
 // The subtitle-track reader, the search over a recording's clips, and the subtitle dump, on the
 // generated card clips and on small clips made here with the ffmpeg CLI.
-#include "KvTestMain.h"
 #include "GPSTestUtil.h"
 #include "KvGPSReader.h"
+#include "KvTestMain.h"
 #include "LocationTestUtil.h"
+#include "ToolProcess.h"
 
 #include <QDir>
 #include <QElapsedTimer>
@@ -62,18 +63,19 @@ QString makeSubtitleClip(QString const& folder, QString const& name, QVector<Cue
     }
     QProcess ffmpeg;
     ffmpeg.setProcessChannelMode(QProcess::ForwardedChannels);
-    ffmpeg.start("ffmpeg",
-                 {"-nostdin", "-v",
-                  "error",    "-y",
-                  "-f",       "lavfi",
-                  "-i",       QString("color=c=gray:size=64x64:rate=5:duration=%1").arg(seconds),
-                  "-i",       srtPath,
-                  "-map",     "0:v",
-                  "-map",     "1:s",
-                  "-c:v",     "libx264",
-                  "-preset",  "ultrafast",
-                  "-c:s",     "mov_text",
-                  clipPath});
+    kvtest::startTool(
+        ffmpeg, QStringLiteral("ffmpeg"),
+        {"-nostdin", "-v",
+         "error",    "-y",
+         "-f",       "lavfi",
+         "-i",       QString("color=c=gray:size=64x64:rate=5:duration=%1").arg(seconds),
+         "-i",       srtPath,
+         "-map",     "0:v",
+         "-map",     "1:s",
+         "-c:v",     "libx264",
+         "-preset",  "ultrafast",
+         "-c:s",     "mov_text",
+         clipPath});
     if (!ffmpeg.waitForFinished(120000) || ffmpeg.exitCode() != 0) {
         return {};
     }

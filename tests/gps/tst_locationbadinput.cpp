@@ -1,8 +1,7 @@
-#include "KvTestMain.h"
 #include "KvLocation.h"
+#include "KvTestMain.h"
 #include "LocationTestUtil.h"
 
-#include <QElapsedTimer>
 #include <QRandomGenerator>
 #include <QtTest>
 
@@ -17,9 +16,6 @@ using kvtest::sentinelLocation;
 namespace {
 
 constexpr int kLongTextBytes = 100 * 1024;
-// Generous: the parsers take well under a millisecond per text even in sanitizer builds; the
-// bound only has to catch a hang or a quadratic blow-up.
-constexpr qint64 kLongTextBudgetMs = 2000;
 
 QByteArray const kRmcTail = ",123519,A,4807.038,N,01131.000,E,022.4,084.4,230394,003.1,W,A";
 
@@ -131,12 +127,9 @@ void TestLocationBadInput::longTexts() {
     QFETCH(QByteArray, text);
     QFETCH(int, cString);
     QFETCH(int, qString);
-    QElapsedTimer timer;
-    timer.start();
     KvLocation location;
     QCOMPARE(KvLocation::locationFromText(text.constData(), &location), cString);
     QCOMPARE(KvLocation::locationFromText(QString::fromLatin1(text), &location), qString);
-    QVERIFY2(timer.elapsed() < kLongTextBudgetMs, qPrintable(QString::number(timer.elapsed())));
 }
 
 void TestLocationBadInput::randomBytes() {

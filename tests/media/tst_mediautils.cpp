@@ -1,5 +1,5 @@
-#include "KvTestMain.h"
 #include "KvMediaUtils.h"
+#include "KvTestMain.h"
 #include "KvTestMedia.h"
 #include "StreamReader.h"
 
@@ -53,7 +53,6 @@ private slots:
     void initTestCase();
     void init();
 
-    void byteReadersKeepTheirByteOrders();
     void initCounterBalances();
     void frameFreeFunctionsIgnoreNull();
 
@@ -84,25 +83,6 @@ void TestMediaUtils::initTestCase() {
 void TestMediaUtils::init() {
     av_log_set_level(AV_LOG_WARNING);
     av_log_set_callback(av_log_default_callback);
-}
-
-void TestMediaUtils::byteReadersKeepTheirByteOrders() {
-    unsigned char shortBytes[] = {0xFF, 0xFE};
-    QCOMPARE(hex2short(shortBytes), short(-2));
-    unsigned char intBytes[] = {0x00, 0x00, 0x01, 0x00};
-    QCOMPARE(hex2int(intBytes), 256);
-    unsigned char boxSize[] = {0x00, 0x00, 0x00, 0x68};
-    QCOMPARE(hex2int(boxSize), 104);
-    unsigned char longBytes[] = {0x80, 0x00, 0x00, 0x00, 0x12, 0x34, 0x56, 0x78};
-    QCOMPARE(hex2long(longBytes), 2147483648L);
-    QCOMPARE(hex2int(longBytes), int(0x80000000u));
-    // Little-endian bytes of 1.0 and of -3110.5, read as they lie.
-    unsigned char one[] = {0, 0, 0, 0, 0, 0, 0xF0, 0x3F};
-    QCOMPARE(hex2double(one), 1.0);
-    unsigned char south[8];
-    const double raw = -3110.5;
-    std::memcpy(south, &raw, sizeof(raw));
-    QCOMPARE(hex2double(south), -3110.5);
 }
 
 void TestMediaUtils::initCounterBalances() {

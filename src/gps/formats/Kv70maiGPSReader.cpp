@@ -1,6 +1,7 @@
 #include "Kv70maiGPSReader.h"
 
 #include "KvBoxFile.h"
+#include "KvGpsMath.h"
 #include "KvTrackLimits.h"
 
 #include <QByteArray>
@@ -35,14 +36,9 @@ quint32 le32(unsigned char const* p) {
 
 bool coordinate(quint32 raw, char hemisphere, char positive, char negative, double max,
                 double* degrees) {
-    if (hemisphere != positive && hemisphere != negative) {
-        return false;
-    }
-    double const ddmm = raw / kCoordinateScale;
-    double const whole = double(raw / 100000);
-    double const minutes = ddmm - whole * 100.0;
-    double const value = whole + minutes / 60.0;
-    if (minutes >= 60.0 || value > max) {
+    double value = 0.0;
+    if ((hemisphere != positive && hemisphere != negative) ||
+        !ddmmToDegreesInRange(raw / kCoordinateScale, max, &value)) {
         return false;
     }
     *degrees = hemisphere == negative ? -value : value;

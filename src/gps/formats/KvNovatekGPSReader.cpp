@@ -1,6 +1,7 @@
 #include "KvNovatekGPSReader.h"
 
 #include "KvBoxFile.h"
+#include "KvGpsMath.h"
 #include "KvTrackLimits.h"
 
 #include <QByteArray>
@@ -31,7 +32,6 @@ constexpr int kIndexEntrySize = 8;
 constexpr int kIndexHeaderSize = 8;
 constexpr double kMaxLatitude = 90.0;
 constexpr double kMaxLongitude = 180.0;
-constexpr double kKmhPerKnot = 1.852;
 constexpr double kMaxKnots = 1000.0;
 constexpr int kFullYearBase = 2000;
 
@@ -57,16 +57,12 @@ double leDouble(unsigned char const* p) {
     return value;
 }
 
-// ddmm.mmmm to signed degrees; false when it cannot be a coordinate.
+// ddmm.mmmm with its hemisphere letter to signed degrees; false when it cannot be a coordinate.
 bool degreesFromDdmm(double raw, char hemisphere, char positive, char negative, double max,
                      double* degrees) {
-    if (!std::isfinite(raw) || raw < 0.0 || (hemisphere != positive && hemisphere != negative)) {
-        return false;
-    }
-    double const whole = std::floor(raw / 100.0);
-    double const minutes = raw - whole * 100.0;
-    double const value = whole + minutes / 60.0;
-    if (minutes >= 60.0 || value > max) {
+    double value = 0.0;
+    if ((hemisphere != positive && hemisphere != negative) ||
+        !ddmmToDegreesInRange(raw, max, &value)) {
         return false;
     }
     *degrees = hemisphere == negative ? -value : value;
@@ -157,7 +153,7 @@ int locationFromNovatekBlock(unsigned char const* block, qint64 size, KvLocation
         fix.latitude = fix.longitude = 0.0;
     }
     bool const speedOk = std::isfinite(r.knots) && r.knots >= 0.0 && r.knots <= kMaxKnots;
-    fix.speed = speedOk ? r.knots * kKmhPerKnot : 0.0;
+    fix.speed = speedOk ? r.knots * KvKmhPerKnot : 0.0;
     fix.valid = !voidFix && speedOk;
     fix.year = int(r.year % 100), fix.month = int(r.month), fix.day = int(r.day);
     fix.hour = int(r.hour), fix.minute = int(r.minute), fix.second = int(r.second);

@@ -63,7 +63,7 @@ private:
     QLCDNumber* _createNumber(char const* name, int digits);
     QLabel* _createTitle(char const* name);
     void _setDistanceTitle(int unit);
-    void _showFix(int index);
+    void _showFix(KvLocation const& location);
     // The factor from km to the shown unit: 0.6213712 for miles, else 1.
     double _unitFactor() const;
     int _sliderPosition(double currentTime, double totalTime) const;

@@ -17,8 +17,6 @@
 class KvSpeedGraph : public KvWidget {
     Q_OBJECT
 public:
-    // Speeds are multiplied by this in miles per hour (1 km = 0.6213712 mile).
-    static constexpr double MilesPerKilometre = 0.6213712;
     // The g-sensor lines span this many g either side of the middle line.
     static constexpr double GsensorRange = 2.0;
 

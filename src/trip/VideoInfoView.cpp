@@ -1,6 +1,7 @@
 #include "VideoInfoView.h"
 
 #include "KvConfigure.h"
+#include "KvGpsMath.h"
 #include "KvLanguage.h"
 #include "KvLogCategories.h"
 #include "KvSettingsKeys.h"
@@ -18,11 +19,6 @@
 
 namespace {
 
-// Speeds and distance are multiplied by this to show miles instead of kilometres.
-constexpr double kMilesPerKm = 0.6213712;
-// Twice the earth's radius of 6371.393 km, as the haversine formula uses it.
-constexpr double kEarthDiameterKm = 12742.786;
-constexpr double kPi = 3.141592653589793;
 // The gauge's scale end, in km/h or mph.
 constexpr double kGaugeMaximum = 240.0;
 // Positions of the time slider; fine enough for an hour-long clip (3.6 s a step) and coarse
@@ -132,7 +128,7 @@ QLCDNumber* VideoInfoView::_createNumber(char const* name, int digits) {
 }
 
 double VideoInfoView::_unitFactor() const {
-    return speedUnit == KvSettingsKeys::SpeedMph ? kMilesPerKm : 1.0;
+    return speedUnit == KvSettingsKeys::SpeedMph ? KvMilesPerKm : 1.0;
 }
 
 void VideoInfoView::setLocations(QVector<KvLocation> const& locations) {
@@ -196,16 +192,12 @@ void VideoInfoView::updateTime(double currentTime, double totalTime) {
     if (!sliderPressed) {
         timeSlider->setValue(_sliderPosition(currentTime, totalTime));
     }
-    int const n = locations.size();
-    if (n > 0) {
-        double const position = double(n) * currentTime / totalTime;
-        // At the very end (and past it) the last fix is the current one.
-        _showFix(position < double(n) ? int(position) : n - 1);
+    if (KvLocation const* fix = fixAt(locations, currentTime, totalTime)) {
+        _showFix(*fix);
     }
 }
 
-void VideoInfoView::_showFix(int index) {
-    KvLocation const& location = locations.at(index);
+void VideoInfoView::_showFix(KvLocation const& location) {
     if (!location.valid) {
         latitudeNumber->display(QString::fromLatin1(kNoCoordinate));
         longitudeNumber->display(QString::fromLatin1(kNoCoordinate));
@@ -260,22 +252,11 @@ void VideoInfoView::reloadSettings() {
 }
 
 double VideoInfoView::_distanceFormLocation(KvLocation const& from, KvLocation const& to) {
-    if (!from.valid || !to.valid) {
-        return 0.0;
-    }
-    double const lat1 = _rad(from.latitude);
-    double const lat2 = _rad(to.latitude);
-    double const sinLat = std::sin((lat1 - lat2) / 2.0);
-    double const sinLng = std::sin((_rad(from.longitude) - _rad(to.longitude)) / 2.0);
-    double const h = sinLat * sinLat + std::cos(lat1) * std::cos(lat2) * sinLng * sinLng;
-    // Rounding can put h a hair above 1 for antipodal points; a position that is not a number
-    // adds nothing rather than spoiling the whole distance.
-    double const distance = kEarthDiameterKm * std::asin(std::sqrt(std::min(h, 1.0)));
-    return std::isfinite(distance) ? distance : 0.0;
+    return distanceKm(from, to);
 }
 
 double VideoInfoView::_rad(double degrees) {
-    return degrees * kPi / 180.0;
+    return degreesToRadians(degrees);
 }
 
 QString VideoInfoView::_getTimeFormat(double seconds) {

@@ -1,5 +1,8 @@
 #include "KvSpeedGraph.h"
 
+#include "KvGpsMath.h"
+#include "KvSettingsKeys.h"
+
 #include <QMouseEvent>
 #include <QPainter>
 #include <QPainterPath>
@@ -75,7 +78,7 @@ double KvSpeedGraph::yOfGsensor(double g) const {
 double KvSpeedGraph::_valueOf(const KvLocation& fix, int series) const {
     switch (series) {
     case 0:
-        return fix.speed * (_speedUnit == 1 ? MilesPerKilometre : 1.0);
+        return fix.speed * (_speedUnit == KvSettingsKeys::SpeedMph ? KvMilesPerKm : 1.0);
     case 1:
         return fix.gsensorX;
     case 2:

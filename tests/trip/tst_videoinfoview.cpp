@@ -8,7 +8,6 @@
 #include "QMeter.h"
 #include "VideoInfoView.h"
 
-#include <QElapsedTimer>
 #include <QFile>
 #include <QLCDNumber>
 #include <QLabel>
@@ -521,11 +520,8 @@ void TestVideoInfoView::hundredThousandFixes() {
     for (int i = 0; i < 100000; ++i) {
         track.append(fix(30.0 + i * 1e-5, 100.0, 36.0));
     }
-    QElapsedTimer timer;
-    timer.start();
+    // How long this takes is measured by bench/run-map (kv_bench_map).
     view.setLocations(track);
-    qint64 const elapsed = timer.elapsed();
-    QVERIFY2(elapsed < 2000, qPrintable(QString("setLocations took %1 ms").arg(elapsed)));
     QCOMPARE(number(view, "averageSpeedNumber")->value(), 36.0);
     QVERIFY(std::abs(number(view, "distanceNumber")->value() - 111.2) < 1.0);
     view.updateTime(3599.0, 3600.0);
