@@ -83,7 +83,6 @@ VideoInfoView::VideoInfoView(QWidget* parent) : QWidget(parent) {
     connect(timeSlider, &KvSlider::sliderPressed, this, &VideoInfoView::_onSliderPressed);
     connect(timeSlider, &KvSlider::sliderMoved, this, &VideoInfoView::_onSliderMoved);
     connect(timeSlider, &KvSlider::sliderReleased, this, &VideoInfoView::_onSliderReleased);
-    timeSlider->installEventFilter(this);
     speedGraph = new KvSpeedGraph(this);
     speedGraph->setObjectName(QStringLiteral("speedGraph"));
     speedGraph->setSpeedUnit(speedUnit);
@@ -267,16 +266,6 @@ QString VideoInfoView::_getTimeFormat(double seconds) {
     }
     return QString::asprintf("%02d:%02d:%02d", s / kSecondsPerHour, (s % kSecondsPerHour) / 60,
                              s % 60);
-}
-
-bool VideoInfoView::eventFilter(QObject* watched, QEvent* event) {
-    // KvSlider reports its releases itself and skips QSlider's release handling, so QSlider
-    // believes the handle is still down and announces sliderPressed() only for the first drag.
-    // Every press on the slider is taken as holding it, before the slider itself sees it.
-    if (watched == timeSlider && event->type() == QEvent::MouseButtonPress) {
-        _onSliderPressed();
-    }
-    return QWidget::eventFilter(watched, event);
 }
 
 void VideoInfoView::_onSliderPressed() {

@@ -43,7 +43,6 @@ signals:
 
 protected:
     void resizeEvent(QResizeEvent* event) override;
-    bool eventFilter(QObject* watched, QEvent* event) override;
 
     // Great-circle distance in km between two valid fixes; 0 when either is invalid.
     double _distanceFormLocation(KvLocation const& from, KvLocation const& to);
