@@ -1,32 +1,39 @@
 #pragma once
 
-#include "KvAlertDialog.h"
 #include "KvConfigure.h"
+#include "KvControlRow.h"
+#include "KvGPSReader.h"
+#include "KvIncidentActions.h"
 #include "KvLocation.h"
+#include "KvRecordingOpener.h"
 #include "KvSettingDelegate.h"
 #include "KvVideoInfo.h"
 
+#include <QCoreApplication>
 #include <QList>
 #include <QMainWindow>
-#include <QPointer>
 #include <QStringList>
 #include <QVector>
 
+#include <cstdint>
+#include <memory>
+
+class KvKeyboardGrab;
 class KvMapWidget;
 class KvSlider;
 class KvVideoListWidget;
-class QDialog;
 class LuPlayer;
 class LuVideoView;
 class QPushButton;
-class QTimer;
 class VideoInfoView;
 
 // The application's single top-level window and its controller. It owns the two-channel video
 // view and player, the trip panel, the map and the playlist, plus the control row; it turns
 // clicks, keys, drops and double-clicks into player commands, runs the play sequence (stop, read
 // the track, draw it, start both channels), follows the player's status reports (advancing to
-// the next recording at the end of one), takes still images and applies settings live.
+// the next recording at the end of one) and applies settings live. The control row's looks and
+// places are KvControlRow's, steps, stills and track export KvIncidentActions', and the keyboard
+// grab KvKeyboardGrab's.
 //
 // Everything here runs on the GUI thread. The only entry from another thread is the player's
 // status callback, which only emits _playerPlaying; the queued connection brings the report to
@@ -54,43 +61,23 @@ public:
     KvMapWidget* mapWidget() const { return _mapWidget; }
     KvVideoListWidget* videoList() const { return _videoListWidget; }
     LuPlayer* player() const { return _player; }
+    KvIncidentActions* incidentActions() const { return _incidentActions; }
     const KvVideoInfo& currentVideoInfo() const { return _currentVideoInfo; }
-    QPushButton* openButton() const { return _openButton; }
-    QPushButton* playButton() const { return _playButton; }
-    QPushButton* stopButton() const { return _stopButton; }
-    QPushButton* prevButton() const { return _prevButton; }
-    QPushButton* nextButton() const { return _nextButton; }
-    QPushButton* volumeButton() const { return _volumeButton; }
-    KvSlider* volumeSlider() const { return _volumeSlider; }
-    QPushButton* screenshotButton() const { return _screenshotButton; }
-    QPushButton* fullscreenButton() const { return _fullscreenButton; }
-    QPushButton* exitButton() const { return _exitButton; }
-    QPushButton* settingsButton() const { return _settingsButton; }
-    QPushButton* stepBackButton() const { return _stepBackButton; }
-    QPushButton* stepForwardButton() const { return _stepForwardButton; }
-    // The message of the last track export or still image, for tests.
-    KvAlertDialog* messageAlert() const { return _messageAlert.data(); }
+    QPushButton* openButton() const { return _controlRow->openButton(); }
+    QPushButton* playButton() const { return _controlRow->playButton(); }
+    QPushButton* stopButton() const { return _controlRow->stopButton(); }
+    QPushButton* prevButton() const { return _controlRow->prevButton(); }
+    QPushButton* nextButton() const { return _controlRow->nextButton(); }
+    QPushButton* volumeButton() const { return _controlRow->volumeButton(); }
+    KvSlider* volumeSlider() const { return _controlRow->volumeSlider(); }
+    QPushButton* screenshotButton() const { return _controlRow->screenshotButton(); }
+    QPushButton* fullscreenButton() const { return _controlRow->fullscreenButton(); }
+    QPushButton* exitButton() const { return _controlRow->exitButton(); }
+    QPushButton* settingsButton() const { return _controlRow->settingsButton(); }
+    QPushButton* stepBackButton() const { return _controlRow->stepBackButton(); }
+    QPushButton* stepForwardButton() const { return _controlRow->stepForwardButton(); }
     // The track of the current recording, as read when it started.
     const QVector<KvLocation>& currentTrack() const { return _locations; }
-
-    // Writes the entries' tracks, merged in time order, to path in the format its extension or
-    // filter names. Returns the line shown to the user; *written tells whether a file was made.
-    QString _exportTracks(const QList<KvVideoInfo>& entries, const QString& path,
-                          const QString& selectedFilter, bool* written = nullptr);
-
-    void _setPlayButtonSelected(bool selected);
-    void _setVolumeButtonSelected(bool selected);
-    void _updatePlayerPlayingStatus();
-    void _updatePlayerPauseStatus();
-    void _updatePlayerStopStatus();
-    static bool _hasDirectory(const QStringList& paths);
-    static QString _firstDirectory(const QStringList& paths);
-
-    void _doPlayVideo(const KvVideoInfo& info);
-    void _onResize(int width, int height);
-
-    static bool _readGPSFromVideo(QVector<KvLocation>& locations, const QString& path);
-    static bool _readGPSFromAITVideo(QVector<KvLocation>& locations, const QString& path);
 
 signals:
     void _playerPlaying(int code, double a, double b);
@@ -105,17 +92,16 @@ private slots:
     void _onClickStopButton(bool checked);
     void _onClickPrevButton(bool checked);
     void _onClickNextButton(bool checked);
-    void _onClickScreenshotButton(bool checked);
-    void _onClickFullscreenButton(bool checked);
-    void _onClickExitButton(bool checked);
+    void _onClickScreenshotButton(bool) { _incidentActions->takeScreenshot(_locations); }
+    void _onClickFullscreenButton(bool) { _toggleFullscreen(-1); }
+    void _onClickExitButton(bool) { QCoreApplication::quit(); }
     void _onClickSettingsButton(bool checked);
-    void _onClickVolumeButton(bool checked);
-    void _onVolumeSliderValueChanged(int value);
+    void _onClickVolumeButton(bool) { _controlRow->toggleMute(); }
+    void _onVolumeSliderValueChanged(int value) { _controlRow->applySliderVolume(value); }
     void _onBeforeDeleteFiles(const QList<KvVideoInfo>& entries);
-    void _onExportTrackRequested(const QList<KvVideoInfo>& entries);
-    void _onClickStepBackButton(bool checked);
-    void _onClickStepForwardButton(bool checked);
-    void _onStepTimer();
+    void _onClickStepBackButton(bool) { _incidentActions->stepPicture(false); }
+    void _onClickStepForwardButton(bool) { _incidentActions->stepPicture(true); }
+    void _onPictureStepped(double position, double duration);
 
 protected:
     void resizeEvent(QResizeEvent* event) override;
@@ -126,57 +112,62 @@ protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
 
 private:
+    // The window's layout and helpers are pinned by its tests.
+    friend class TestMainWindow;
+
     static void _playerCallback(void* context, int code, double a, double b);
 
     void _setupUI();
-    void _connectSignals();
     void _centerOnScreen();
-    void _stopAndClear();
-    void _togglePlayPause();
-    void _leaveFullscreen();
-    void _openPickedPath(int type, const QString& path);
-    void _scanFolder(const QString& path);
-    bool _captureChannels(const QString& captureDir, QStringList* written);
-    int _execModal(QDialog& dialog);
-    void _updateStepButtons();
-    void _stepChannels(bool forward);
-    void _showSteppedPosition();
-    const KvLocation* _fixAt(double seconds, double duration) const;
-    void _tagStills(const QStringList& paths);
-    void _showMessage(const QString& text);
 
-    // Children, created in this order with the window as their parent.
+    // The control row's looks and the three player states (KvControlRow's).
+    void _setPlayButtonSelected(bool selected) { _controlRow->setPlayButtonSelected(selected); }
+    void _setVolumeButtonSelected(bool selected) { _controlRow->setVolumeButtonSelected(selected); }
+    void _updatePlayerPlayingStatus() { _controlRow->showPlaying(); }
+    void _updatePlayerPauseStatus() { _controlRow->showPaused(); }
+    void _updatePlayerStopStatus() { _controlRow->showStopped(); }
+    void _updateStepButtons() { _controlRow->updateStepButtons(); }
+    static bool _hasDirectory(const QStringList& paths) {
+        return !_firstDirectory(paths).isEmpty();
+    }
+    static QString _firstDirectory(const QStringList& paths);
+
+    void _doPlayVideo(const KvVideoInfo& info);
+    void _onResize(int width, int height);
+    // The GPS readers of the clips' subtitle text and of the "gps0" box.
+    static bool _readGPSFromVideo(QVector<KvLocation>& locations, const QString& path) {
+        return readGPSFromVideo(locations, path);
+    }
+    static bool _readGPSFromAITVideo(QVector<KvLocation>& locations, const QString& path) {
+        return readGPSFromAITVideo(locations, path);
+    }
+
+    void _stopAndClear();
+    // Plays a record the list found, when it found one.
+    void _playIfValid(const KvVideoInfo& info);
+    void _togglePlayPause() { _controlRow->togglePlayPause(); }
+    // Full screen shows channel (-1 both) alone; out of it, both channels in the window again.
+    void _toggleFullscreen(int channel);
+
+    // Children, created in this order with the window as their parent; the control row creates
+    // its buttons and slider on the window right after the video list.
     LuVideoView* _videoView = nullptr;
     VideoInfoView* _videoInfoView = nullptr;
     KvMapWidget* _mapWidget = nullptr;
     KvVideoListWidget* _videoListWidget = nullptr;
-    QPushButton* _openButton = nullptr;
-    QPushButton* _playButton = nullptr;
-    QPushButton* _stopButton = nullptr;
-    QPushButton* _prevButton = nullptr;
-    QPushButton* _nextButton = nullptr;
-    QPushButton* _volumeButton = nullptr;
-    KvSlider* _volumeSlider = nullptr;
-    QPushButton* _screenshotButton = nullptr;
-    QPushButton* _fullscreenButton = nullptr;
-    QPushButton* _exitButton = nullptr;
-    QPushButton* _settingsButton = nullptr;
-    // Single-picture steps of both channels, enabled while a recording is paused.
-    QPushButton* _stepBackButton = nullptr;
-    QPushButton* _stepForwardButton = nullptr;
+    std::unique_ptr<KvControlRow> _controlRow;
+    // Adds picked and dropped files, folders and cards to the video list.
+    std::unique_ptr<KvRecordingOpener> _opener;
+    // Follows which window is in front; a child of the window, made by _setupUI.
+    KvKeyboardGrab* _keyboardGrab = nullptr;
     // No Qt parent: stopped and deleted by the destructor before the views it paints into.
     LuPlayer* _player = nullptr;
+    // Steps, stills and track export over the player and the views; a child of the window.
+    KvIncidentActions* _incidentActions = nullptr;
     // The recording being (or last) played; kept after stop so Play restarts it.
     KvVideoInfo _currentVideoInfo;
     // Whole second of the last position passed to the trip panel and the map; -1 = none.
     int32_t _lastShownSecond = -1;
     // The current recording's track, for still images' EXIF tags.
     QVector<KvLocation> _locations;
-    // A backward step first refills the channel's picture cache from the key frame before it;
-    // this timer repeats the step on each channel until its picture has gone back.
-    QTimer* _stepTimer = nullptr;
-    double _stepFrom[2] = {-1.0, -1.0};
-    bool _stepWaiting[2] = {false, false};
-    int _stepPolls = 0;
-    QPointer<KvAlertDialog> _messageAlert;
 };

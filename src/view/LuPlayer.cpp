@@ -4,16 +4,24 @@
 #include "KvVideoView.h"
 #include "LuVideoView.h"
 
+#include <QTimer>
+
 namespace {
 
 constexpr float kFrontVolume = 1.0f;
 // The rear camera is always muted.
 constexpr float kRearVolume = 0.0f;
+// A waiting step back is repeated once per picture interval of the channels it waits for: the
+// refill cannot end on screen more often than a picture changes. This one (25 pictures a
+// second) when no channel knows its rate.
+constexpr int kDefaultStepRetryMs = 40;
+constexpr int kChannels = 2;
 
 } // namespace
 
 LuPlayer::LuPlayer(QObject* parent)
-    : QObject(parent), front(new KvFFPlayer()), rear(new KvFFPlayer()) {
+    : QObject(parent), front(new KvFFPlayer()), rear(new KvFFPlayer()),
+      _stepRetry(new QTimer(this)) {
     front->setVolume(kFrontVolume);
     rear->setVolume(kRearVolume);
     // Decoding and resampling the rear's sound only to drop it would cost a tenth of the
@@ -21,6 +29,8 @@ LuPlayer::LuPlayer(QObject* parent)
     rear->disableAudio(true);
     front->setSharedClock(&_clock, true);
     rear->setSharedClock(&_clock, false);
+    _stepRetry->setSingleShot(true);
+    connect(_stepRetry, &QTimer::timeout, this, &LuPlayer::_retryStep);
 }
 
 LuPlayer::~LuPlayer() {
@@ -40,6 +50,7 @@ void LuPlayer::setCallback(void* context, void (*callback)(void*, int, double, d
 }
 
 int LuPlayer::startPlay(const KvVideoInfo& info) {
+    _cancelStep();
     if (info.isEmpty()) {
         return 0;
     }
@@ -69,21 +80,25 @@ int LuPlayer::startPlay(const KvVideoInfo& info) {
 }
 
 void LuPlayer::stopPlay() {
+    _cancelStep();
     front->stopPlay();
     rear->stopPlay();
 }
 
 void LuPlayer::start() {
+    _cancelStep();
     front->start();
     rear->start();
 }
 
 void LuPlayer::stop() {
+    _cancelStep();
     front->stop();
     rear->stop();
 }
 
 void LuPlayer::play() {
+    _cancelStep();
     front->play();
     rear->play();
 }
@@ -94,6 +109,7 @@ void LuPlayer::pause() {
 }
 
 void LuPlayer::seek(double seconds) {
+    _cancelStep();
     front->seek(seconds);
     rear->seek(seconds);
 }
@@ -114,6 +130,81 @@ void LuPlayer::playNextVideo() {
 void LuPlayer::playPrevVideo() {
     front->playPrevVideo();
     rear->playPrevVideo();
+}
+
+bool LuPlayer::stepPicture(bool forward) {
+    if (!isOpenFile() || isPlaying() || isStepping()) {
+        return false;
+    }
+    KvFFPlayer* const cores[kChannels] = {front, rear};
+    // Without a view there is no picture to watch: the cores step once and that is the step.
+    const int channels =
+        view != nullptr ? (view->getPlayerCount() >= 2 ? 2 : 1) : (rear->isOpenFile() ? 2 : 1);
+    for (int i = 0; i < kChannels; ++i) {
+        _stepWaiting[i] = false;
+        if (i >= channels || !cores[i]->isOpenFile()) {
+            continue;
+        }
+        _stepFrom[i] = _pictureTime(i);
+        if (forward) {
+            cores[i]->playNextVideo();
+        } else {
+            cores[i]->playPrevVideo();
+            _stepWaiting[i] = view != nullptr && _pictureTime(i) == _stepFrom[i];
+        }
+    }
+    if (!_stepWaiting[0] && !_stepWaiting[1]) {
+        _finishStep();
+        return true;
+    }
+    _stepClock.start();
+    int retryMs = -1;
+    for (int i = 0; i < kChannels; ++i) {
+        const int interval = cores[i]->getVideoInterval();
+        if (_stepWaiting[i] && interval > 0 && (retryMs < 0 || interval < retryMs)) {
+            retryMs = interval;
+        }
+    }
+    _stepRetry->start(retryMs > 0 ? retryMs : kDefaultStepRetryMs);
+    return true;
+}
+
+bool LuPlayer::isStepping() const {
+    return _stepRetry->isActive();
+}
+
+void LuPlayer::_retryStep() {
+    KvFFPlayer* const cores[kChannels] = {front, rear};
+    for (int i = 0; i < kChannels; ++i) {
+        if (!_stepWaiting[i]) {
+            continue;
+        }
+        // Returns at once while the cache refills; steps once it is full.
+        cores[i]->playPrevVideo();
+        _stepWaiting[i] = _pictureTime(i) == _stepFrom[i];
+    }
+    if ((!_stepWaiting[0] && !_stepWaiting[1]) || _stepClock.elapsed() >= kStepGiveUpMs) {
+        _stepWaiting[0] = _stepWaiting[1] = false;
+        _finishStep();
+        return;
+    }
+    _stepRetry->start();
+}
+
+void LuPlayer::_finishStep() {
+    emit stepFinished(_pictureTime(0), front->duration());
+}
+
+void LuPlayer::_cancelStep() {
+    _stepRetry->stop();
+    _stepWaiting[0] = _stepWaiting[1] = false;
+}
+
+double LuPlayer::_pictureTime(int channel) const {
+    if (view == nullptr) {
+        return -1.0;
+    }
+    return (channel == 0 ? view->frontView : view->rearView)->getPictureTime();
 }
 
 void LuPlayer::setVolume(float volume) {

@@ -2,6 +2,7 @@
 #include "KvConfigure.h"
 #include "KvFFPlayer.h"
 #include "KvFileUtils.h"
+#include "KvIncidentActions.h"
 #include "KvLanguage.h"
 #include "KvListWidget.h"
 #include "KvVideoListWidget.h"
@@ -227,8 +228,8 @@ void TestIncidentReview::exportFromTheContextMenu() {
     QFile file(path);
     QVERIFY(file.open(QIODevice::ReadOnly));
     QCOMPARE(file.readAll().count("<trkpt "), 4);
-    QTRY_VERIFY(_window->messageAlert());
-    QVERIFY(_window->messageAlert()->contentLabel()->text().contains("4"));
+    QTRY_VERIFY(_window->incidentActions()->messageAlert());
+    QVERIFY(_window->incidentActions()->messageAlert()->contentLabel()->text().contains("4"));
 }
 
 void TestIncidentReview::exportOfRecordingsWithoutTrack() {
@@ -236,7 +237,7 @@ void TestIncidentReview::exportOfRecordingsWithoutTrack() {
     KvVideoListWidget::convertFile(CardPath + "/DCIM/F/2026_0315_102100_003F.MP4", &noTrack);
     const QString path = _dir.filePath("nothing.csv");
     bool written = true;
-    const QString message = _window->_exportTracks({noTrack}, path, QString(), &written);
+    const QString message = KvIncidentActions::exportTracks({noTrack}, path, QString(), &written);
     QVERIFY(!written);
     QCOMPARE(message, KvLanguage::kvtr("export_no_track"));
     QVERIFY(!QFile::exists(path));
@@ -249,7 +250,7 @@ void TestIncidentReview::exportMergesRecordingsInTimeOrder() {
     const QString path = _dir.filePath("both.csv");
     bool written = false;
     // Handed over in the wrong order: the file is in time order all the same.
-    _window->_exportTracks({second, first}, path, QString(), &written);
+    KvIncidentActions::exportTracks({second, first}, path, QString(), &written);
     QVERIFY(written);
     QFile file(path);
     QVERIFY(file.open(QIODevice::ReadOnly));

@@ -3,13 +3,16 @@
 // key frames every 12 pictures offset from the front's): both channels play, one failed channel
 // is tolerated, the rear is muted and sends nothing to the device, seeks land on the target
 // picture, and the two channels stay within one picture of each other through start, pause,
-// resume, seeks and single-picture steps.
+// resume, seeks and single-picture steps. stepPicture() reports with stepFinished() once both
+// channels show their stepped picture (at once forwards, after the refill backwards, or when a
+// channel has given up after three seconds), and a later command ends a step that still waits.
 
 #include "KvTestMain.h"
 #include "LuPlayer.h"
 #include "LuPlayerTestUtil.h"
 
 #include <QAudioDeviceInfo>
+#include <QSignalSpy>
 #include <QtTest>
 
 #include <memory>
@@ -48,8 +51,16 @@ private slots:
     void rearSendsNothingToTheDevice();
     void seekLandsOnTheTargetPicture();
     void channelsStayInStep();
+    void stepBackReportsWhenBothChannelsWentBack();
+    void stepForwardReportsAtOnce();
+    void stepRefusedWhilePlaying();
+    void laterCommandEndsAWaitingStep();
+    void stepGivesUpOnAChannelWithoutPictures();
 
 private:
+    // Plays the 1080p/720p pair for a while and pauses it; both channels show a picture.
+    void _playAndPause();
+
     std::unique_ptr<LuVideoView> view;
     std::unique_ptr<LuPlayer> player;
 };
@@ -257,6 +268,110 @@ void TestLuPlayer::channelsStayInStep() {
         return;
     }
     QVERIFY2(meter.worst <= kInStepBound + kTimeTolerance, qPrintable(meter.describe()));
+}
+
+void TestLuPlayer::_playAndPause() {
+    QCOMPARE(player->startPlay(pairOf(pairClip("front-1080p.mp4"), pairClip("rear-720p.mp4"))), 0);
+    QTRY_VERIFY(view->frontView->getPictureTime() > 1.5 && view->rearView->getPictureTime() > 1.5);
+    player->pause();
+    QTest::qWait(200);
+}
+
+void TestLuPlayer::stepBackReportsWhenBothChannelsWentBack() {
+    _playAndPause();
+    const double front0 = view->frontView->getPictureTime();
+    const double rear0 = view->rearView->getPictureTime();
+    QSignalSpy finished(player.get(), &LuPlayer::stepFinished);
+    QVERIFY(player->stepPicture(false));
+    // The first step back refills both caches from the key frames before the pictures.
+    QVERIFY(player->isStepping());
+    QCOMPARE(finished.count(), 0);
+    QVERIFY(!player->stepPicture(false));
+    QTRY_COMPARE(finished.count(), 1);
+    QVERIFY(!player->isStepping());
+    const double front = view->frontView->getPictureTime();
+    const double rear = view->rearView->getPictureTime();
+    const QString what =
+        QString("front %1 -> %2, rear %3 -> %4").arg(front0).arg(front).arg(rear0).arg(rear);
+    QVERIFY2(qAbs(front - (front0 - kFrameInterval)) < kTimeTolerance, qPrintable(what));
+    QVERIFY2(rear < rear0 && rear >= rear0 - kFrameInterval - kTimeTolerance, qPrintable(what));
+    QCOMPARE(finished.at(0).at(0).toDouble(), front);
+    QCOMPARE(finished.at(0).at(1).toDouble(), player->getFrontPlayer()->duration());
+    QVERIFY(player->getFrontPlayer()->duration() > 5.9);
+    // The next step back finds the earlier picture in the refilled cache.
+    QVERIFY(player->stepPicture(false));
+    QTRY_COMPARE(finished.count(), 2);
+    QVERIFY(qAbs(view->frontView->getPictureTime() - (front0 - 2 * kFrameInterval)) <
+            kTimeTolerance);
+}
+
+void TestLuPlayer::stepForwardReportsAtOnce() {
+    _playAndPause();
+    const double front0 = view->frontView->getPictureTime();
+    QSignalSpy finished(player.get(), &LuPlayer::stepFinished);
+    QVERIFY(player->stepPicture(true));
+    QCOMPARE(finished.count(), 1);
+    QVERIFY(!player->isStepping());
+    QVERIFY(qAbs(view->frontView->getPictureTime() - (front0 + kFrameInterval)) < kTimeTolerance);
+    QCOMPARE(finished.at(0).at(0).toDouble(), view->frontView->getPictureTime());
+    QVERIFY(qAbs(view->rearView->getPictureTime() - view->frontView->getPictureTime()) <=
+            kFrameInterval + kTimeTolerance);
+}
+
+void TestLuPlayer::stepRefusedWhilePlaying() {
+    QSignalSpy finished(player.get(), &LuPlayer::stepFinished);
+    // Nothing open.
+    QVERIFY(!player->stepPicture(true));
+    QCOMPARE(player->startPlay(pairOf(pairClip("front-1080p.mp4"), pairClip("rear-720p.mp4"))), 0);
+    QTRY_VERIFY(view->frontView->getPictureTime() > 0.5);
+    QVERIFY(!player->stepPicture(false));
+    QVERIFY(!player->stepPicture(true));
+    QVERIFY(!player->isStepping());
+    QTest::qWait(200);
+    QCOMPARE(finished.count(), 0);
+}
+
+void TestLuPlayer::laterCommandEndsAWaitingStep() {
+    _playAndPause();
+    QSignalSpy finished(player.get(), &LuPlayer::stepFinished);
+    QVERIFY(player->stepPicture(false));
+    QVERIFY(player->isStepping());
+    player->play();
+    QVERIFY(!player->isStepping());
+    QTest::qWait(1000);
+    QCOMPARE(finished.count(), 0);
+    // A seek while paused ends it as well.
+    player->pause();
+    QTest::qWait(200);
+    QVERIFY(player->stepPicture(false));
+    QVERIFY(player->isStepping());
+    player->seek(1.0);
+    QVERIFY(!player->isStepping());
+    QTest::qWait(1000);
+    QCOMPARE(finished.count(), 0);
+}
+
+void TestLuPlayer::stepGivesUpOnAChannelWithoutPictures() {
+    QCOMPARE(player->startPlay(pairOf(pairClip("front-1080p.mp4"), pairClip("rear-novideo.mp4"))),
+             0);
+    QCOMPARE(view->getPlayerCount(), 2);
+    QTRY_VERIFY(view->frontView->getPictureTime() > 1.5);
+    player->pause();
+    QTest::qWait(200);
+    QVERIFY(player->getRearPlayer()->isOpenFile());
+    const double front0 = view->frontView->getPictureTime();
+    QSignalSpy finished(player.get(), &LuPlayer::stepFinished);
+    QElapsedTimer waited;
+    waited.start();
+    QVERIFY(player->stepPicture(false));
+    // The rear never shows a picture to leave; the front steps back meanwhile.
+    QTRY_VERIFY_WITH_TIMEOUT(finished.count() == 1, 6000);
+    const qint64 elapsed = waited.elapsed();
+    QVERIFY2(elapsed >= LuPlayer::kStepGiveUpMs - 50 && elapsed < LuPlayer::kStepGiveUpMs + 1500,
+             qPrintable(QString("reported after %1 ms").arg(elapsed)));
+    QVERIFY(qAbs(view->frontView->getPictureTime() - (front0 - kFrameInterval)) < kTimeTolerance);
+    QCOMPARE(view->rearView->getPictureTime(), -1.0);
+    QVERIFY(!player->isStepping());
 }
 
 KV_TEST_MAIN(TestLuPlayer)
