@@ -5,6 +5,7 @@
 #include "KvFFPlayer.h"
 #include "KvFileUtils.h"
 #include "KvGPSReader.h"
+#include "KvGpsMath.h"
 #include "KvLanguage.h"
 #include "KvTrackExporter.h"
 #include "KvVideoView.h"
@@ -81,7 +82,7 @@ QStringList KvIncidentActions::captureStills(const QString& captureDir,
         }
     }
     const KvLocation* fix =
-        _fixAt(track, _view->frontView->getPictureTime(), _player->getFrontPlayer()->duration());
+        fixAt(track, _view->frontView->getPictureTime(), _player->getFrontPlayer()->duration());
     if (fix != nullptr) {
         for (const QString& path : qAsConst(written)) {
             // A still whose tags cannot be written keeps its picture all the same.
@@ -89,17 +90,6 @@ QStringList KvIncidentActions::captureStills(const QString& captureDir,
         }
     }
     return written;
-}
-
-// moves to KvGpsMath's fixAt
-const KvLocation* KvIncidentActions::_fixAt(const QVector<KvLocation>& track, double seconds,
-                                            double duration) {
-    const int count = track.size();
-    if (count == 0 || !(duration > 0.0) || !(seconds >= 0.0)) {
-        return nullptr;
-    }
-    const int index = std::min(count - 1, static_cast<int>(count * seconds / duration));
-    return &track.at(index);
 }
 
 void KvIncidentActions::exportTracksWithChooser(const QList<KvVideoInfo>& entries) {

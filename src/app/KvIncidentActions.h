@@ -57,10 +57,6 @@ signals:
 private:
     void _onStepFinished(double position, double duration);
     void _showMessage(const QString& text);
-    // The fix shown at seconds of a clip of duration seconds, by the proportional mapping the
-    // trip panel and the map use; null when there is none.
-    static const KvLocation* _fixAt(const QVector<KvLocation>& track, double seconds,
-                                    double duration);
 
     LuPlayer* _player;                     // not owned
     LuVideoView* _view;                    // not owned
