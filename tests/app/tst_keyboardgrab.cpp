@@ -9,6 +9,7 @@
 
 #include <QAction>
 #include <QDialog>
+#include <QGuiApplication>
 #include <QLineEdit>
 #include <QMenu>
 #include <QMessageBox>
@@ -92,9 +93,19 @@ void TestKeyboardGrab::cleanup() {
 void TestKeyboardGrab::_activate(QWidget* window) {
     window->show();
     QVERIFY(QTest::qWaitForWindowExposed(window));
-    // There is no window manager under Xvfb: activate as one would.
-    window->activateWindow();
-    QVERIFY(QTest::qWaitForWindowActive(window));
+    // There is no window manager under Xvfb: activate as one would, and ask again until the X
+    // server has moved the input focus (a request made while another window still takes it
+    // over can be lost).
+    QVERIFY(QTest::qWaitFor(
+        [window] {
+            if (QGuiApplication::focusWindow() == window->windowHandle()) {
+                return true;
+            }
+            window->raise();
+            window->activateWindow();
+            return false;
+        },
+        5000));
 }
 
 void TestKeyboardGrab::takenAtOnceAndHeldWhileActive() {

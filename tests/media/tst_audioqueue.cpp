@@ -388,7 +388,8 @@ void TestAudioQueue::outputBelongsToTheThreadThatOpensIt() {
     QVERIFY(qFuzzyCompare(report.secondVolume.load(), 0.25));
     QVERIFY(report.closedToNull);
     QVERIFY(player.outputObject() == nullptr);
-    QVERIFY(player.processedUSecs() > 0);
+    // What the closed output played is not counted any more.
+    QCOMPARE(player.processedUSecs(), qint64(0));
 }
 
 KV_TEST_GUILESS_MAIN(TestAudioQueue)
