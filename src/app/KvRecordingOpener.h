@@ -21,11 +21,12 @@ public:
     // list is the window's playlist (not owned).
     explicit KvRecordingOpener(KvVideoListWidget* list);
 
-    // Runs the file picker over parent and adds what was picked (addPicked). True when it was a
-    // recording's clip, to be played: *toPlay.
+    // Runs the file picker over parent and adds what was picked (addPicked). True when a file
+    // was picked, to be played: *toPlay.
     bool pickAndAdd(QWidget* parent, KvVideoInfo* toPlay);
-    // Adds the picked path of the given kind. True when it was a recording's clip, which is
-    // then the list's current row and *toPlay its record; other kinds never play.
+    // Adds the picked path of the given kind. For a file, true with its record (paired with its
+    // partner camera's clip, front first) in *toPlay, and its row made the current one; whether
+    // it plays is the player's finding. Folders and drives never play.
     bool addPicked(int type, const QString& path, KvVideoInfo* toPlay);
     // Adds every dropped URL as a clip, and the recordings inside dropped folders.
     void addDropped(const QList<QUrl>& urls);

@@ -11,10 +11,12 @@ namespace {
 constexpr float kFrontVolume = 1.0f;
 // The rear camera is always muted.
 constexpr float kRearVolume = 0.0f;
-// A waiting step back is repeated once per picture interval of the channels it waits for: the
-// refill cannot end on screen more often than a picture changes. This one (25 pictures a
-// second) when no channel knows its rate.
+// The core gives no notice when the refill for a step back is done (its decode thread fills the
+// queue), so a waiting step is tried again once per picture interval of the channels it waits
+// for: a delay nobody can tell from an immediate step, and a half to a quarter of the wake-ups
+// of a fixed 15 ms poll. This interval (25 pictures a second) when no channel knows its rate.
 constexpr int kDefaultStepRetryMs = 40;
+// Front and rear.
 constexpr int kChannels = 2;
 
 } // namespace

@@ -20,8 +20,8 @@ class QTimer;
 // once each channel shows its new picture. A step forward takes the next picture from the
 // channel's queue at once. A step back first refills the channel's cache from the key frame
 // before the shown picture on the decode thread; until the cache is full the core ignores the
-// step, so LuPlayer repeats it on that channel, once per picture interval, until the picture
-// has gone back or kStepGiveUpMs has passed.
+// step and tells nobody when it is full, so LuPlayer repeats the step on that channel once per
+// picture interval, until the picture has gone back or kStepGiveUpMs has passed.
 class LuPlayer : public QObject {
     Q_OBJECT
 public:

@@ -3,7 +3,6 @@
 #include "KvFFPlayer.h"
 #include "KvFileUtils.h"
 #include "KvIncidentActions.h"
-#include "KvLanguage.h"
 #include "KvListWidget.h"
 #include "KvVideoListWidget.h"
 #include "KvVideoView.h"
@@ -44,8 +43,6 @@ private slots:
     void tenStepsForwardAndBackMoveBothChannels();
     void stillsCarryTheFixInTheirExif();
     void exportFromTheContextMenu();
-    void exportOfRecordingsWithoutTrack();
-    void exportMergesRecordingsInTimeOrder();
 
 private:
     void _playPair();
@@ -230,34 +227,6 @@ void TestIncidentReview::exportFromTheContextMenu() {
     QCOMPARE(file.readAll().count("<trkpt "), 4);
     QTRY_VERIFY(_window->incidentActions()->messageAlert());
     QVERIFY(_window->incidentActions()->messageAlert()->contentLabel()->text().contains("4"));
-}
-
-void TestIncidentReview::exportOfRecordingsWithoutTrack() {
-    KvVideoInfo noTrack;
-    KvVideoListWidget::convertFile(CardPath + "/DCIM/F/2026_0315_102100_003F.MP4", &noTrack);
-    const QString path = _dir.filePath("nothing.csv");
-    bool written = true;
-    const QString message = KvIncidentActions::exportTracks({noTrack}, path, QString(), &written);
-    QVERIFY(!written);
-    QCOMPARE(message, KvLanguage::kvtr("export_no_track"));
-    QVERIFY(!QFile::exists(path));
-}
-
-void TestIncidentReview::exportMergesRecordingsInTimeOrder() {
-    KvVideoInfo first, second;
-    KvVideoListWidget::convertFile(CardPath + "/DCIM/F/2026_0315_101500_001F.MP4", &first);
-    KvVideoListWidget::convertFile(CardPath + "/DCIM/F/2026_0315_101800_002F.MP4", &second);
-    const QString path = _dir.filePath("both.csv");
-    bool written = false;
-    // Handed over in the wrong order: the file is in time order all the same.
-    KvIncidentActions::exportTracks({second, first}, path, QString(), &written);
-    QVERIFY(written);
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::ReadOnly));
-    const QList<QByteArray> lines = file.readAll().trimmed().split('\n');
-    QCOMPARE(lines.size(), 1 + 8);
-    QVERIFY(lines.at(1).startsWith("2026-03-15T10:15:00Z,"));
-    QVERIFY(lines.at(8).startsWith("2026-03-15T10:18:03Z,"));
 }
 
 int main(int argc, char** argv) {
