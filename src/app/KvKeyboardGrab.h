@@ -3,7 +3,6 @@
 #include <QObject>
 
 class QWidget;
-class QWindow;
 
 // The main window's keyboard grab, kept in one place. The window grabs the keyboard so that
 // Space and Escape work wherever its focus is; but while the grab is held every key of the

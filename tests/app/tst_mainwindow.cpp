@@ -16,13 +16,9 @@
 #include <QApplication>
 #include <QComboBox>
 #include <QDesktopServices>
-#include <QFileDialog>
 #include <QLCDNumber>
 #include <QLabel>
-#include <QLineEdit>
 #include <QListWidget>
-#include <QMenu>
-#include <QMessageBox>
 #include <QMimeData>
 #include <QPushButton>
 #include <QRadioButton>
@@ -82,7 +78,6 @@ private slots:
     void clipWithoutGpsPlaysWithEmptyPanels();
     void droppedNonVideoAndCrowdedFolder();
     void stopButtonStates();
-    void playlistDialogsGetTheirKeys();
 
 private:
     void _resetWindow();
@@ -121,21 +116,6 @@ void doubleClick(QWidget* widget, const QPoint& where) {
 
 void removeRecursively(const QString& path) {
     QDir(path).removeRecursively();
-}
-
-// Answers the next popup menu from the event loop once it is shown.
-void answerWhenPopup(std::function<void(QMenu*)> answer) {
-    auto* timer = new QTimer;
-    timer->setInterval(20);
-    QObject::connect(timer, &QTimer::timeout, [timer, answer] {
-        auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
-        if (menu && menu->isVisible()) {
-            timer->stop();
-            timer->deleteLater();
-            answer(menu);
-        }
-    });
-    timer->start();
 }
 
 // Answers the next modal dialog from the event loop once it is shown.
@@ -676,91 +656,6 @@ void TestMainWindow::stopButtonStates() {
     QTest::mouseClick(_window->volumeButton(), Qt::LeftButton);
     QCOMPARE(_window->player()->getVolume(), 1.0f);
     QCOMPARE(_window->volumeSlider()->value(), 100);
-}
-
-// The playlist's "copy to folder" chooser and "delete files" confirmation, opened from its
-// context menu while the window is the active window, get the keys a person types into them:
-// the window lends its keyboard grab to the menu and to each dialog, and takes it back after.
-void TestMainWindow::playlistDialogsGetTheirKeys() {
-    const QString card = _copyCard();
-    _window->videoList()->addDir(card + "/DCIM/F", true);
-    QListWidget* list = _window->videoList()->listWidget();
-    QTRY_COMPARE(list->count(), 3);
-    // There is no window manager under Xvfb: activate the window as one would.
-    _window->activateWindow();
-    QVERIFY(QTest::qWaitForWindowActive(_window));
-    QTRY_COMPARE(QWidget::keyboardGrabber(), static_cast<QWidget*>(_window));
-
-    // Chooses the action from the menu with the keyboard, through the menu's window.
-    auto chooseFromMenu = [this](QAction* action, bool* lent) {
-        answerWhenPopup([this, action, lent](QMenu* menu) {
-            *lent = QWidget::keyboardGrabber() != _window;
-            const int steps = menu->actions().indexOf(action) + 1;
-            for (int i = 0; i < steps; ++i) {
-                QTest::keyClick(menu->windowHandle(), Qt::Key_Down);
-            }
-            QTest::keyClick(menu->windowHandle(), Qt::Key_Return);
-            if (menu->isVisible()) {
-                menu->close();
-            }
-        });
-    };
-
-    bool menuLent = false;
-    bool chooserLent = false;
-    QString typed;
-    bool chooserClosedByEscape = false;
-    chooseFromMenu(_window->videoList()->copyToFolderAction(), &menuLent);
-    answerModal([&](QWidget* modal) {
-        auto* chooser = qobject_cast<QFileDialog*>(modal);
-        QVERIFY(chooser);
-        chooserLent = QWidget::keyboardGrabber() != _window;
-        auto* name = chooser->findChild<QLineEdit*>(QStringLiteral("fileNameEdit"));
-        QVERIFY(name);
-        name->setFocus();
-        name->clear();
-        for (Qt::Key key : {Qt::Key_X, Qt::Key_Y, Qt::Key_Z}) {
-            QTest::keyClick(chooser->windowHandle(), key);
-        }
-        typed = name->text();
-        QTest::keyClick(chooser->windowHandle(), Qt::Key_Escape);
-        chooserClosedByEscape = !chooser->isVisible();
-        // Keys that went elsewhere must fail the test, not hang it.
-        if (chooser->isVisible()) {
-            chooser->reject();
-        }
-    });
-    _window->videoList()->onListWidgetContentMenuEvent(list->item(0));
-    QVERIFY(menuLent);
-    QVERIFY(chooserLent);
-    QCOMPARE(typed, QStringLiteral("xyz"));
-    QVERIFY(chooserClosedByEscape);
-
-    const QString clip = card + "/DCIM/F/" + QDir(card + "/DCIM/F").entryList(QDir::Files).first();
-    bool boxLent = false;
-    bool boxClosedByReturn = false;
-    chooseFromMenu(_window->videoList()->deleteFilesAction(), &menuLent);
-    answerModal([&](QWidget* modal) {
-        auto* box = qobject_cast<QMessageBox*>(modal);
-        QVERIFY(box);
-        boxLent = QWidget::keyboardGrabber() != _window;
-        // Return answers the default button, which keeps the files.
-        QTest::keyClick(box->windowHandle(), Qt::Key_Return);
-        boxClosedByReturn = !box->isVisible();
-        if (box->isVisible()) {
-            box->reject();
-        }
-    });
-    _window->videoList()->onListWidgetContentMenuEvent(list->item(0));
-    QVERIFY(boxLent);
-    QVERIFY(boxClosedByReturn);
-    QVERIFY(QFileInfo::exists(clip));
-    QCOMPARE(list->count(), 3);
-
-    // In front again, the window holds the keyboard for Space and Escape.
-    _window->activateWindow();
-    QVERIFY(QTest::qWaitForWindowActive(_window));
-    QTRY_COMPARE(QWidget::keyboardGrabber(), static_cast<QWidget*>(_window));
 }
 
 int main(int argc, char** argv) {
