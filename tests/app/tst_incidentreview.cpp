@@ -1,5 +1,6 @@
 #include "KvAlertDialog.h"
 #include "KvConfigure.h"
+#include "KvDialogAnswers.h"
 #include "KvFFPlayer.h"
 #include "KvFileUtils.h"
 #include "KvIncidentActions.h"
@@ -57,21 +58,6 @@ const QString CardPath = QStringLiteral(KV_TEST_MEDIA_DIR "/card");
 // The test card's clips run at 15 pictures a second.
 constexpr double FrameInterval = 1.0 / 15;
 constexpr double TimeTolerance = 0.002;
-
-// Runs `answer` on the next modal dialog (or popup menu) once it shows.
-void answerWhenShown(std::function<QWidget*()> find, std::function<void(QWidget*)> answer) {
-    auto* timer = new QTimer;
-    timer->setInterval(20);
-    QObject::connect(timer, &QTimer::timeout, [timer, find, answer] {
-        QWidget* widget = find();
-        if (widget && widget->isVisible()) {
-            timer->stop();
-            timer->deleteLater();
-            answer(widget);
-        }
-    });
-    timer->start();
-}
 
 double frontTime(MainWindow* window) {
     return window->videoView()->frontView->getPictureTime();

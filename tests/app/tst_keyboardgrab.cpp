@@ -4,6 +4,7 @@
 // active again. Keys are delivered through the window system's path (to the QWindow the person
 // types into), which is where a keyboard grab redirects them.
 
+#include "KvDialogAnswers.h"
 #include "KvKeyboardGrab.h"
 #include "KvTestMain.h"
 
@@ -22,21 +23,6 @@
 #include <memory>
 
 namespace {
-// Runs answer once find() returns a visible widget, from the event loop of whatever runs then.
-void answerWhenShown(std::function<QWidget*()> find, std::function<void(QWidget*)> answer) {
-    auto* timer = new QTimer;
-    timer->setInterval(20);
-    QObject::connect(timer, &QTimer::timeout, [timer, find, answer] {
-        QWidget* widget = find();
-        if (widget && widget->isVisible()) {
-            timer->stop();
-            timer->deleteLater();
-            answer(widget);
-        }
-    });
-    timer->start();
-}
-
 // Counts the key presses a widget receives.
 class KeyCounter : public QObject {
 public:

@@ -1,4 +1,5 @@
 #include "KvConfigure.h"
+#include "KvDialogAnswers.h"
 #include "KvFilePickerDialog.h"
 #include "KvFileUtils.h"
 #include "KvLanguage.h"
@@ -118,20 +119,6 @@ void removeRecursively(const QString& path) {
     QDir(path).removeRecursively();
 }
 
-// Answers the next modal dialog from the event loop once it is shown.
-void answerModal(std::function<void(QWidget*)> answer) {
-    auto* timer = new QTimer;
-    timer->setInterval(20);
-    QObject::connect(timer, &QTimer::timeout, [timer, answer] {
-        QWidget* modal = QApplication::activeModalWidget();
-        if (modal && modal->isVisible()) {
-            timer->stop();
-            timer->deleteLater();
-            answer(modal);
-        }
-    });
-    timer->start();
-}
 } // namespace
 
 void TestMainWindow::initTestCase() {

@@ -3,6 +3,7 @@
 // with keys delivered as the window system delivers them (to the window a person types into).
 
 #include "KvConfigure.h"
+#include "KvDialogAnswers.h"
 #include "KvFileUtils.h"
 #include "KvListWidget.h"
 #include "KvVideoListWidget.h"
@@ -22,36 +23,6 @@
 
 namespace {
 const QString CardPath = QStringLiteral(KV_TEST_MEDIA_DIR "/card");
-
-// Answers the next popup menu from the event loop once it is shown.
-void answerWhenPopup(std::function<void(QMenu*)> answer) {
-    auto* timer = new QTimer;
-    timer->setInterval(20);
-    QObject::connect(timer, &QTimer::timeout, [timer, answer] {
-        auto* menu = qobject_cast<QMenu*>(QApplication::activePopupWidget());
-        if (menu && menu->isVisible()) {
-            timer->stop();
-            timer->deleteLater();
-            answer(menu);
-        }
-    });
-    timer->start();
-}
-
-// Answers the next modal dialog from the event loop once it is shown.
-void answerModal(std::function<void(QWidget*)> answer) {
-    auto* timer = new QTimer;
-    timer->setInterval(20);
-    QObject::connect(timer, &QTimer::timeout, [timer, answer] {
-        QWidget* modal = QApplication::activeModalWidget();
-        if (modal && modal->isVisible()) {
-            timer->stop();
-            timer->deleteLater();
-            answer(modal);
-        }
-    });
-    timer->start();
-}
 } // namespace
 
 class TestWindowKeys : public QObject {
