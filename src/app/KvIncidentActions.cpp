@@ -143,13 +143,5 @@ QString KvIncidentActions::exportTracks(const QList<KvVideoInfo>& entries, const
 }
 
 void KvIncidentActions::_showMessage(const QString& text) {
-    if (_messageAlert) {
-        _messageAlert->close();
-    }
-    auto* alert = new KvAlertDialog(_window);
-    connect(alert, &QDialog::finished, alert, &QObject::deleteLater);
-    alert->setContentText(text);
-    alert->dismissAfter(MessageShownMs);
-    alert->show();
-    _messageAlert = alert;
+    KvAlertDialog::replaceShown(_messageAlert, _window, text, MessageShownMs);
 }

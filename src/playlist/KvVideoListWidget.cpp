@@ -420,15 +420,7 @@ KvAlertDialog* KvVideoListWidget::summaryAlert() const {
 
 void KvVideoListWidget::_showBatchSummary(const QString& summary) {
     emit onFileBatchFinished(summary);
-    if (_summaryAlert) {
-        _summaryAlert->close();
-    }
-    auto* alert = new KvAlertDialog(this);
-    connect(alert, &QDialog::finished, alert, &QObject::deleteLater);
-    alert->setContentText(summary);
-    alert->dismissAfter(SummaryShownMs);
-    alert->show();
-    _summaryAlert = alert;
+    KvAlertDialog::replaceShown(_summaryAlert, this, summary, SummaryShownMs);
 }
 
 void KvVideoListWidget::resizeEvent(QResizeEvent* event) {

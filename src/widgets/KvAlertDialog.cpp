@@ -90,3 +90,17 @@ void KvAlertDialog::_onResize(int width, int height) {
     _closeButton->setGeometry(QRect(QPoint(width - 35, 5), QPoint(width - 6, 34)));
     _contentLabel->setGeometry(QRect(QPoint(0, 0), QPoint(width - 1, height - 1)));
 }
+
+KvAlertDialog* KvAlertDialog::replaceShown(QPointer<KvAlertDialog>& shown, QWidget* parent,
+                                           const QString& text, int shownMs) {
+    if (shown) {
+        shown->close();
+    }
+    auto* alert = new KvAlertDialog(parent);
+    connect(alert, &QDialog::finished, alert, &QObject::deleteLater);
+    alert->setContentText(text);
+    alert->dismissAfter(shownMs);
+    alert->show();
+    shown = alert;
+    return alert;
+}

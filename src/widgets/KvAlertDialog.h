@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QDialog>
+#include <QPointer>
 
 class QLabel;
 class QPushButton;
@@ -18,6 +19,12 @@ public:
     // Closes the dialog (accept) after ms milliseconds.
     void dismissAfter(int ms);
     void stopTimer();
+
+    // Shows text in a new alert over parent that deletes itself when it closes and dismisses
+    // itself after shownMs; the alert shown, if any, closes first, so messages never pile up.
+    // shown then guards the new alert.
+    static KvAlertDialog* replaceShown(QPointer<KvAlertDialog>& shown, QWidget* parent,
+                                       const QString& text, int shownMs);
 
     QLabel* contentLabel() const { return _contentLabel; }
     QPushButton* closeButton() const { return _closeButton; }
