@@ -10,6 +10,7 @@
 #include "LuPlayer.h"
 #include "LuVideoView.h"
 #include "MainWindow.h"
+#include "ToolProcess.h"
 #include "VideoInfoView.h"
 
 #include <QAction>
@@ -99,7 +100,7 @@ void TestIncidentReview::_playPair() {
 
 QJsonObject TestIncidentReview::_exif(const QString& path) {
     QProcess tool;
-    tool.start("exiftool", {"-j", "-n", "-GPS:all", path});
+    kvtest::startTool(tool, QStringLiteral("exiftool"), {"-j", "-n", "-GPS:all", path});
     if (!tool.waitForFinished(30000) || tool.exitCode() != 0) {
         return {};
     }

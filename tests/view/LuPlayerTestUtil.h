@@ -8,6 +8,7 @@
 #include "KvVideoView.h"
 #include "LuPlayer.h"
 #include "LuVideoView.h"
+#include "ToolProcess.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -155,7 +156,7 @@ private:
 // Streams the PulseAudio server plays at the moment (-1 when it cannot be asked).
 inline int audioStreams() {
     QProcess pactl;
-    pactl.start("pactl", {"list", "short", "sink-inputs"});
+    kvtest::startTool(pactl, QStringLiteral("pactl"), {"list", "short", "sink-inputs"});
     if (!pactl.waitForFinished(5000) || pactl.exitCode() != 0) {
         return -1;
     }

@@ -1,6 +1,6 @@
 #pragma once
 
-// Outside tools the GPS tests start (ffmpeg, xmllint, exiftool) run in the test's environment
+// Outside tools the tests start (ffmpeg, xmllint, exiftool, pactl) run in the test's environment
 // without what a sanitizer build puts there. LD_PRELOAD would load the sanitizer runtime into the
 // tool (perl, for exiftool), whose leak check would then report the tool's own leaks and fail
 // it; the *SAN_OPTIONS name suppression lists that only apply to the player.
