@@ -1,4 +1,5 @@
 #include "KvCNumericLocale.h"
+#include "KvCommandLine.h"
 #include "KvConfigure.h"
 #include "MainWindow.h"
 
@@ -15,6 +16,7 @@ int main(int argc, char* argv[]) {
     // before the application object exists.
     QCoreApplication::setAttribute(Qt::AA_ShareOpenGLContexts);
     QApplication app(argc, argv);
+    KvCommandLine(QApplication::arguments()).applyLogging();
     // The constructor installed the user's locale in the C library; numbers in GPS text, script
     // calls and log lines keep their decimal point, while texts keep the user's language.
     kvUseCNumericLocale();
