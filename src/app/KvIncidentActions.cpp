@@ -110,7 +110,7 @@ void KvIncidentActions::exportTracksWithChooser(const QList<KvVideoInfo>& entrie
 
 QString KvIncidentActions::exportTracks(const QList<KvVideoInfo>& entries, const QString& path,
                                         const QString& selectedFilter, bool* written) {
-    QVector<QVector<KvLocation>> tracks;
+    QVector<KvTrackExporter::Recording> recordings;
     for (const KvVideoInfo& entry : entries) {
         QStringList clips;
         for (const KvVideo& video : entry.videos) {
@@ -118,27 +118,31 @@ QString KvIncidentActions::exportTracks(const QList<KvVideoInfo>& entries, const
         }
         QVector<KvLocation> track;
         if (readGPSTrack(track, clips)) {
-            tracks.append(track);
+            recordings.append({entry.name, track});
         }
     }
-    const QVector<KvLocation> merged = KvTrackExporter::mergeTracks(tracks);
+    recordings = KvTrackExporter::orderRecordings(recordings);
     if (written) {
         *written = false;
     }
-    if (merged.isEmpty()) {
+    if (recordings.isEmpty()) {
         return KvLanguage::kvtr(QStringLiteral("export_no_track"));
     }
+    int fixes = 0;
+    for (const KvTrackExporter::Recording& recording : qAsConst(recordings)) {
+        fixes += recording.fixes.size();
+    }
     QString error;
-    const QString name = entries.size() == 1 ? entries.first().name : QFileInfo(path).baseName();
-    if (!KvTrackExporter::exportTrack(
-            merged, path, KvTrackExporter::formatFor(path, selectedFilter), name, &error)) {
+    const QString title = entries.size() == 1 ? entries.first().name : QFileInfo(path).baseName();
+    if (!KvTrackExporter::exportRecordings(
+            recordings, path, KvTrackExporter::formatFor(path, selectedFilter), title, &error)) {
         return KvLanguage::kvtr(QStringLiteral("export_failed")).arg(error);
     }
     if (written) {
         *written = true;
     }
     return KvLanguage::kvtr(QStringLiteral("export_done"))
-        .arg(merged.size())
+        .arg(fixes)
         .arg(QDir::toNativeSeparators(path));
 }
 

@@ -42,8 +42,9 @@ public:
 
     // Asks where to save the entries' tracks, writes them and tells the user how it went.
     void exportTracksWithChooser(const QList<KvVideoInfo>& entries);
-    // Writes the entries' tracks, merged in time order, to path in the format its extension or
-    // filter names. Returns the line shown to the user; *written tells whether a file was made.
+    // Writes the entries' tracks to path in the format its extension or filter names: one track
+    // per entry, in the order the entries were recorded. Returns the line shown to the user;
+    // *written tells whether a file was made.
     static QString exportTracks(const QList<KvVideoInfo>& entries, const QString& path,
                                 const QString& selectedFilter, bool* written = nullptr);
 

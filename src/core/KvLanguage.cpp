@@ -65,6 +65,8 @@ const QStringList& KvLanguage::usedKeys() {
         // trip panel
         "current_speed", "average_speed", "max_speed", "total_distance", "current_latitude",
         "current_longitude",
+        // the trip panel's speed and g-force graph: its legend
+        "graph_speed", "graph_gforce",
         // file picker, playlist and file dialogs
         "select_files", "files", "directory", "drives", "...", "ok", "cancel", "adding_files",
         "copying_file", "deleting_file", "clear_playlist", "remove", "remove_invalid_files",

@@ -4,6 +4,7 @@
 
 #include <QFileInfo>
 #include <QLocale>
+#include <QRegularExpression>
 #include <QSaveFile>
 
 #include <algorithm>
@@ -20,7 +21,10 @@ const char* const GpxSchemaLocation =
 const char* const TrackPointExtensionNamespace =
     "http://www.garmin.com/xmlschemas/TrackPointExtension/v2";
 const char* const KmlNamespace = "http://www.opengis.net/kml/2.2";
-const char* const CsvHeader = "time,latitude,longitude,speed_kmh,gsensor_x,gsensor_y,gsensor_z\n";
+// The recording comes last, so the columns of the fix keep the places they have always had.
+const char* const CsvHeader =
+    "time,latitude,longitude,speed_kmh,gsensor_x,gsensor_y,gsensor_z,recording\n";
+constexpr qint64 SecondsPerDay = 86400;
 
 // The shortest text that reads back as the same double, with a decimal point.
 QString number(double value) {
@@ -43,6 +47,32 @@ bool hasValidTime(const KvLocation& fix) {
     return fix.year >= 0 && fix.year <= 99 &&
            QDate::isValid(CenturyOffset + fix.year, fix.month, fix.day) &&
            QTime::isValid(fix.hour, fix.minute, fix.second);
+}
+
+// A sortable instant of a fix whose date and time are valid, without building a QDateTime: days
+// since the calendar's epoch and seconds of the day.
+qint64 instant(const KvLocation& fix) {
+    const qint64 day = QDate(CenturyOffset + fix.year, fix.month, fix.day).toJulianDay();
+    return day * SecondsPerDay + fix.hour * 3600 + fix.minute * 60 + fix.second;
+}
+
+int fixCount(const QVector<KvTrackExporter::Recording>& recordings) {
+    int count = 0;
+    for (const KvTrackExporter::Recording& recording : recordings) {
+        count += recording.fixes.size();
+    }
+    return count;
+}
+
+// A CSV field as RFC 4180 writes it: quoted, with its quotes doubled, when it holds a comma, a
+// quote or a line break.
+QString csvField(const QString& text) {
+    if (!text.contains(QRegularExpression(QStringLiteral("[,\"\r\n]")))) {
+        return text;
+    }
+    QString quoted = text;
+    quoted.replace(QLatin1Char('"'), QStringLiteral("\"\""));
+    return QLatin1Char('"') + quoted + QLatin1Char('"');
 }
 
 bool inRange(double value, double limit) {
@@ -127,11 +157,7 @@ QVector<KvLocation> KvTrackExporter::mergeTracks(const QVector<QVector<KvLocatio
     for (const QVector<KvLocation>& track : tracks) {
         for (const KvLocation& fix : track) {
             if (isExportable(fix)) {
-                // Days since 2000 and seconds of the day: a sortable instant without a QDateTime.
-                const qint64 day =
-                    QDate(CenturyOffset + fix.year, fix.month, fix.day).toJulianDay();
-                timed.push_back(
-                    {day * 86400 + fix.hour * 3600 + fix.minute * 60 + fix.second, &fix});
+                timed.push_back({instant(fix), &fix});
             }
         }
     }
@@ -145,70 +171,113 @@ QVector<KvLocation> KvTrackExporter::mergeTracks(const QVector<QVector<KvLocatio
     return merged;
 }
 
+QVector<KvTrackExporter::Recording>
+KvTrackExporter::orderRecordings(const QVector<Recording>& recordings) {
+    QVector<Recording> ordered;
+    for (const Recording& recording : recordings) {
+        QVector<KvLocation> fixes = mergeTracks({recording.fixes});
+        if (!fixes.isEmpty()) {
+            ordered.append({recording.name, std::move(fixes)});
+        }
+    }
+    std::stable_sort(ordered.begin(), ordered.end(), [](const Recording& a, const Recording& b) {
+        return instant(a.fixes.first()) < instant(b.fixes.first());
+    });
+    return ordered;
+}
+
 // Both XML forms are written by hand rather than through QXmlStreamWriter, which spends most of
-// a long track's time encoding its many small pieces; only the name needs escaping.
-QByteArray KvTrackExporter::toGpx(const QVector<KvLocation>& fixes, const QString& name) {
+// a long track's time encoding its many small pieces; only the names need escaping.
+QByteArray KvTrackExporter::toGpx(const QVector<Recording>& recordings) {
     QByteArray out;
-    out.reserve(200 * fixes.size() + 1024);
+    out.reserve(200 * fixCount(recordings) + 1024);
     out += "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n";
     out += QByteArray("<gpx xmlns=\"") + GpxNamespace +
            "\" xmlns:xsi=\"http://www.w3.org/2001/XMLSchema-instance\" xmlns:gpxtpx=\"" +
            TrackPointExtensionNamespace + "\" version=\"1.1\" creator=\"dashcam-player " +
            KV_VERSION_TEXT + "\" xsi:schemaLocation=\"" + GpxSchemaLocation + "\">\n";
-    out += "  <trk>\n    <name>" + escaped(name) + "</name>\n    <trkseg>\n";
-    for (const KvLocation& fix : fixes) {
-        appendGpxPoint(out, fix);
+    for (const Recording& recording : recordings) {
+        out += "  <trk>\n    <name>" + escaped(recording.name) + "</name>\n    <trkseg>\n";
+        for (const KvLocation& fix : recording.fixes) {
+            appendGpxPoint(out, fix);
+        }
+        out += "    </trkseg>\n  </trk>\n";
     }
-    out += "    </trkseg>\n  </trk>\n</gpx>\n";
+    out += "</gpx>\n";
     return out;
 }
 
-QByteArray KvTrackExporter::toKml(const QVector<KvLocation>& fixes, const QString& name) {
+QByteArray KvTrackExporter::toKml(const QVector<Recording>& recordings, const QString& title) {
     QByteArray out;
-    out.reserve(250 * fixes.size() + 1024);
+    out.reserve(250 * fixCount(recordings) + 1024);
     out += "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n";
     out += QByteArray("<kml xmlns=\"") + KmlNamespace + "\">\n<Document>\n";
-    out += "  <name>" + escaped(name) + "</name>\n";
-    out += "  <Placemark>\n    <name>" + escaped(name) + "</name>\n    <LineString><coordinates>\n";
-    for (const KvLocation& fix : fixes) {
-        out += bytes(fix.longitude) + ',' + bytes(fix.latitude) + '\n';
+    out += "  <name>" + escaped(title) + "</name>\n";
+    for (const Recording& recording : recordings) {
+        out += "  <Placemark>\n    <name>" + escaped(recording.name) +
+               "</name>\n    <LineString><coordinates>\n";
+        for (const KvLocation& fix : recording.fixes) {
+            out += bytes(fix.longitude) + ',' + bytes(fix.latitude) + '\n';
+        }
+        out += "    </coordinates></LineString>\n  </Placemark>\n";
     }
-    out += "    </coordinates></LineString>\n  </Placemark>\n  <Folder>\n    <name>fixes</name>\n";
-    for (const KvLocation& fix : fixes) {
-        appendKmlPoint(out, fix);
+    // A lone recording's points are simply "fixes"; with several, each recording's points are a
+    // folder named after it, so a reader can tell them apart in the places list.
+    for (const Recording& recording : recordings) {
+        const QByteArray folder =
+            recordings.size() == 1 ? QByteArray("fixes") : escaped(recording.name);
+        out += "  <Folder>\n    <name>" + folder + "</name>\n";
+        for (const KvLocation& fix : recording.fixes) {
+            appendKmlPoint(out, fix);
+        }
+        out += "  </Folder>\n";
     }
-    out += "  </Folder>\n</Document>\n</kml>\n";
+    out += "</Document>\n</kml>\n";
     return out;
 }
 
-QByteArray KvTrackExporter::toCsv(const QVector<KvLocation>& fixes) {
+QByteArray KvTrackExporter::toCsv(const QVector<Recording>& recordings) {
     QByteArray out(CsvHeader);
-    for (const KvLocation& fix : fixes) {
-        const QString line = isoTime(fix) + QLatin1Char(',') + number(fix.latitude) +
-                             QLatin1Char(',') + number(fix.longitude) + QLatin1Char(',') +
-                             field(fix.speed) + QLatin1Char(',') + field(fix.gsensorX) +
-                             QLatin1Char(',') + field(fix.gsensorY) + QLatin1Char(',') +
-                             field(fix.gsensorZ) + QLatin1Char('\n');
-        out += line.toLatin1();
+    for (const Recording& recording : recordings) {
+        const QString name = csvField(recording.name);
+        for (const KvLocation& fix : recording.fixes) {
+            const QString line = isoTime(fix) + QLatin1Char(',') + number(fix.latitude) +
+                                 QLatin1Char(',') + number(fix.longitude) + QLatin1Char(',') +
+                                 field(fix.speed) + QLatin1Char(',') + field(fix.gsensorX) +
+                                 QLatin1Char(',') + field(fix.gsensorY) + QLatin1Char(',') +
+                                 field(fix.gsensorZ) + QLatin1Char(',') + name + QLatin1Char('\n');
+            out += line.toUtf8();
+        }
     }
     return out;
 }
 
 bool KvTrackExporter::exportTrack(const QVector<KvLocation>& fixes, const QString& path,
                                   Format format, const QString& name, QString* error) {
+    return exportRecordings(orderRecordings({{name, fixes}}), path, format, name, error);
+}
+
+bool KvTrackExporter::exportRecordings(const QVector<Recording>& recordings, const QString& path,
+                                       Format format, const QString& title, QString* error) {
     QString reason;
-    QVector<KvLocation> exportable;
-    for (const KvLocation& fix : fixes) {
-        if (isExportable(fix)) {
-            exportable.append(fix);
+    QVector<Recording> exportable;
+    for (const Recording& recording : recordings) {
+        Recording placeable{recording.name, {}};
+        for (const KvLocation& fix : recording.fixes) {
+            if (isExportable(fix)) {
+                placeable.fixes.append(fix);
+            }
+        }
+        if (!placeable.fixes.isEmpty()) {
+            exportable.append(std::move(placeable));
         }
     }
     if (exportable.isEmpty()) {
         reason = QStringLiteral("no GPS fix to export");
     } else {
-        const QByteArray data = format == Kml   ? toKml(exportable, name)
+        const QByteArray data = format == Kml   ? toKml(exportable, title)
                                 : format == Csv ? toCsv(exportable)
-                                                : toGpx(exportable, name);
+                                                : toGpx(exportable);
         QSaveFile file(path);
         if (!file.open(QIODevice::WriteOnly) || file.write(data) != data.size() || !file.commit()) {
             reason = file.errorString();

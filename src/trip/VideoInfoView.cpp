@@ -239,6 +239,7 @@ void VideoInfoView::reloadLanguage() {
     averageSpeedTitle->setText(KvLanguage::kvtr(QStringLiteral("average_speed")));
     _setDistanceTitle(
         KvConfigure().getInt(KvSettingsKeys::Speed, KvSettingsKeys::FallbackTripSpeed));
+    speedGraph->reloadLanguage();
 }
 
 void VideoInfoView::reloadSettings() {

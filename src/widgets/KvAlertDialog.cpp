@@ -2,14 +2,28 @@
 
 #include "KvLogCategories.h"
 
+#include <QFontMetrics>
+#include <QGuiApplication>
 #include <QKeyEvent>
 #include <QLabel>
 #include <QPushButton>
+#include <QScreen>
+#include <QTextBoundaryFinder>
 #include <QTimer>
+
+#include <algorithm>
 
 namespace {
 constexpr int kWidth = 320;
 constexpr int kHeight = 180;
+// The text keeps clear of the 30-pixel close button in the top right corner, and as far from the
+// left edge so that it stays centred.
+constexpr int kTextSideMargin = 40;
+constexpr int kTextEndMargin = 12;
+// Room left between a grown box and the edges of the screen.
+constexpr int kScreenMargin = 40;
+// Steps by which a box too low for its wrapped text is widened before it is made taller.
+constexpr int kWidthStep = 40;
 } // namespace
 
 KvAlertDialog::KvAlertDialog(QWidget* parent)
@@ -20,6 +34,9 @@ KvAlertDialog::KvAlertDialog(QWidget* parent)
 
     _contentLabel->setStyleSheet("color:#ffffff;");
     _contentLabel->setAlignment(Qt::AlignCenter);
+    _contentLabel->setWordWrap(true);
+    _contentLabel->setContentsMargins(kTextSideMargin, kTextEndMargin, kTextSideMargin,
+                                      kTextEndMargin);
 
     _closeButton->setStyleSheet("background:transparent;border:0px;");
     _closeButton->setStyleSheet(
@@ -39,7 +56,71 @@ KvAlertDialog::~KvAlertDialog() {
 }
 
 void KvAlertDialog::setContentText(const QString& text) {
-    _contentLabel->setText(text);
+    _contentLabel->ensurePolished();
+    const int widest = _widestAllowed();
+    int widestRun = 0;
+    const QString shown = _fittedText(text, widest - 2 * kTextSideMargin, &widestRun);
+    _contentLabel->setText(shown);
+    _contentLabel->setToolTip(shown == text ? QString() : text);
+    resize(_sizeForText(widestRun, widest));
+}
+
+int KvAlertDialog::_widestAllowed() const {
+    const QWidget* anchor = parentWidget() ? parentWidget() : this;
+    const QScreen* screen = anchor->screen() ? anchor->screen() : QGuiApplication::primaryScreen();
+    const int screenWidth = screen ? screen->availableGeometry().width() - kScreenMargin : kWidth;
+    return std::max(kWidth, std::min(MaximumWidth, screenWidth));
+}
+
+QString KvAlertDialog::_fittedText(const QString& text, int textWidth, int* widestRun) const {
+    // The runs between the places where the label may wrap a line, by the same rules as the
+    // label's text layout, so a path that may wrap after its separators is left whole.
+    const QFontMetrics metrics = _contentLabel->fontMetrics();
+    QTextBoundaryFinder breaks(QTextBoundaryFinder::Line, text);
+    QString fitted;
+    *widestRun = 0;
+    int start = 0;
+    while (start < text.size()) {
+        int end = breaks.toNextBoundary();
+        if (end <= start) {
+            end = text.size();
+        }
+        const QString run = text.mid(start, end - start);
+        const QString word = run.trimmed();
+        int runWidth = metrics.horizontalAdvance(word);
+        if (runWidth > textWidth) {
+            const int at = run.indexOf(word);
+            const QString elided = metrics.elidedText(word, Qt::ElideMiddle, textWidth);
+            fitted += run.left(at) + elided + run.mid(at + word.size());
+            runWidth = metrics.horizontalAdvance(elided);
+        } else {
+            fitted += run;
+        }
+        *widestRun = std::max(*widestRun, runWidth);
+        start = end;
+    }
+    return fitted;
+}
+
+bool KvAlertDialog::_textFits(int width) const {
+    const int textWidth = width - 2 * kTextSideMargin;
+    const QRect needed = _contentLabel->fontMetrics().boundingRect(
+        QRect(0, 0, textWidth, QWIDGETSIZE_MAX), Qt::TextWordWrap, _contentLabel->text());
+    return needed.width() <= textWidth && needed.height() <= kHeight - 2 * kTextEndMargin;
+}
+
+QSize KvAlertDialog::_sizeForText(int widestRun, int widest) const {
+    // Wide enough for the widest run that cannot be wrapped, then wider while the wrapped text
+    // does not fit the default height (or the label's layout wraps a run less than expected): a
+    // few long lines read better than many short ones.
+    int width = std::clamp(widestRun + 2 * kTextSideMargin, kWidth, widest);
+    while (width < widest && !_textFits(width)) {
+        width = std::min(widest, width + kWidthStep);
+    }
+    const QRect needed = _contentLabel->fontMetrics().boundingRect(
+        QRect(0, 0, width - 2 * kTextSideMargin, QWIDGETSIZE_MAX), Qt::TextWordWrap,
+        _contentLabel->text());
+    return QSize(width, std::max(kHeight, needed.height() + 2 * kTextEndMargin));
 }
 
 void KvAlertDialog::dismissAfter(int ms) {

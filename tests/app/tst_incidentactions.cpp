@@ -1,7 +1,9 @@
 // KvIncidentActions over a real two-channel player and view on the generated card: stills of
 // both channels with the fix of the shown picture in their EXIF tags, a step reported with the
-// stepped picture's position, and recordings' tracks written to files, merged in time order.
+// stepped picture's position, and recordings' tracks written to files, one track per recording
+// in time order.
 
+#include "KvDialogAnswers.h"
 #include "KvExifWriter.h"
 #include "KvFileUtils.h"
 #include "KvGPSReader.h"
@@ -13,6 +15,8 @@
 #include "LuVideoView.h"
 
 #include <QDesktopServices>
+#include <QFileDialog>
+#include <QLabel>
 #include <QSignalSpy>
 #include <QtTest>
 
@@ -56,7 +60,8 @@ private slots:
     void stepReportsTheSteppedPicture();
     void exportWritesTheTrack();
     void exportOfRecordingsWithoutTrack();
-    void exportMergesRecordingsInTimeOrder();
+    void exportKeepsRecordingsApartInTimeOrder();
+    void exportMessageShowsTheWholeSentence();
 
 private:
     void _playPairAndPause();
@@ -202,20 +207,64 @@ void TestIncidentActions::exportOfRecordingsWithoutTrack() {
     QVERIFY(!QFile::exists(path));
 }
 
-void TestIncidentActions::exportMergesRecordingsInTimeOrder() {
-    const QString path = _dir.filePath("both.csv");
+void TestIncidentActions::exportKeepsRecordingsApartInTimeOrder() {
+    const KvVideoInfo first = recording("2026_0315_101500_001F.MP4");
+    const KvVideoInfo second = recording("2026_0315_101800_002F.MP4");
+    const QString csv = _dir.filePath("both.csv");
     bool written = false;
     // Handed over in the wrong order: the file is in time order all the same.
-    KvIncidentActions::exportTracks(
-        {recording("2026_0315_101800_002F.MP4"), recording("2026_0315_101500_001F.MP4")}, path,
-        QString(), &written);
+    const QString message =
+        KvIncidentActions::exportTracks({second, first}, csv, QString(), &written);
     QVERIFY(written);
-    QFile file(path);
+    QCOMPARE(message, KvLanguage::kvtr("export_done").arg(8).arg(QDir::toNativeSeparators(csv)));
+    QFile file(csv);
     QVERIFY(file.open(QIODevice::ReadOnly));
     const QList<QByteArray> lines = file.readAll().trimmed().split('\n');
     QCOMPARE(lines.size(), 1 + 8);
     QVERIFY(lines.at(1).startsWith("2026-03-15T10:15:00Z,"));
+    QVERIFY(lines.at(4).endsWith(',' + first.name.toUtf8()));
+    QVERIFY(lines.at(5).endsWith(',' + second.name.toUtf8()));
     QVERIFY(lines.at(8).startsWith("2026-03-15T10:18:03Z,"));
+    // In GPX each recording is a track of its own, never joined to the next by a line.
+    const QString gpx = _dir.filePath("both.gpx");
+    KvIncidentActions::exportTracks({second, first}, gpx, QString(), &written);
+    QVERIFY(written);
+    QFile gpxFile(gpx);
+    QVERIFY(gpxFile.open(QIODevice::ReadOnly));
+    const QByteArray tracks = gpxFile.readAll();
+    QCOMPARE(tracks.count("<trk>"), 2);
+    QVERIFY(tracks.indexOf("<name>" + first.name.toUtf8() + "</name>") <
+            tracks.indexOf("<name>" + second.name.toUtf8() + "</name>"));
+}
+
+// The message after an export names the file, however deep it lies: the whole sentence shows.
+void TestIncidentActions::exportMessageShowsTheWholeSentence() {
+    KvLanguage::setRoot(QStringLiteral(KV_SOURCE_DIR "/data/language"));
+    KvLanguage::installLanguage(QStringLiteral("english"));
+    const QString folder = _dir.filePath(
+        QStringLiteral("Versicherung/Unfall vom 15. März 2026 auf der A9 bei Ingolstadt/"
+                       "Spuren_und_Standbilder_beider_Kameras_für_die_Versicherung"));
+    QVERIFY(QDir().mkpath(folder));
+    const QString path = folder + QStringLiteral("/Unfall ü.gpx");
+    answerModal([path](QWidget* modal) {
+        auto* chooser = qobject_cast<QFileDialog*>(modal);
+        QVERIFY(chooser);
+        chooser->selectFile(path);
+        static_cast<QDialog*>(chooser)->accept();
+    });
+    _actions->exportTracksWithChooser({recording("2026_0315_101500_001F.MP4")});
+    QVERIFY(QFile::exists(path));
+    QTRY_VERIFY(_actions->messageAlert() && _actions->messageAlert()->isVisible());
+    KvAlertDialog* alert = _actions->messageAlert();
+    QVERIFY(QTest::qWaitForWindowExposed(alert));
+    const QString sentence = QStringLiteral("4 GPS fixes written to ") + path;
+    QCOMPARE(alert->contentLabel()->text(), sentence);
+    const QLabel* label = alert->contentLabel();
+    const QRect text = label->fontMetrics().boundingRect(
+        label->contentsRect(), int(label->alignment()) | Qt::TextWordWrap, label->text());
+    QVERIFY(label->contentsRect().contains(text));
+    QVERIFY(alert->rect().contains(label->geometry()));
+    alert->close();
 }
 
 int main(int argc, char** argv) {

@@ -6,12 +6,14 @@
 #include <QProcess>
 #include <QtTest>
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 
 // Exported tracks: GPX 1.1 that validates against the published schema, KML that parses, CSV
-// that reads back to the same values; fixes merged in time order across recordings, midnight and
-// the antimeridian; nothing but placeable fixes; no half file left behind.
+// that reads back to the same values; fixes in time order over midnight and the antimeridian;
+// one track per recording, recordings in the order they were taken, read back as separate tracks
+// by gpsbabel; nothing but placeable fixes; no half file left behind.
 class TestTrackExporter : public QObject {
     Q_OBJECT
 private slots:
@@ -28,6 +30,12 @@ private slots:
     void failedWriteKeepsTheOldFile();
     void nonAsciiFileName();
     void tenHourTrackExportsEveryFix();
+    void recordingsAreOrderedByTheirFirstFix();
+    void gpxHasOneTrackPerRecording();
+    void kmlHasOneLinePerRecording();
+    void csvNamesTheRecordingOfEachFix();
+    void gpsbabelReadsOneTrackPerRecording_data();
+    void gpsbabelReadsOneTrackPerRecording();
 
 private:
     QTemporaryDir _dir;
@@ -64,6 +72,43 @@ QVector<KvLocation> drive(int count, double latitude = 48.137, double longitude 
                          longitude + i * 0.0001, 30.0 + i % 40));
     }
     return track;
+}
+
+// `count` fixes one a second from noon on 1 June of year 2000 + year, heading north-east from
+// (latitude, longitude).
+QVector<KvLocation> recordingIn(int year, double latitude, double longitude, int count) {
+    QVector<KvLocation> track;
+    for (int i = 0; i < count; ++i) {
+        KvLocation location =
+            fix(1, 12, i / 60, i % 60, latitude + i * 0.0001, longitude + i * 0.0001, 40.0 + i);
+        location.year = year;
+        location.month = 6;
+        track.append(location);
+    }
+    return track;
+}
+
+// Four recordings taken years apart in four places, handed over out of order, as a user selects
+// them in the playlist.
+QVector<KvTrackExporter::Recording> fourRecordings() {
+    return {{QStringLiteral("Munich 2026"), recordingIn(26, 48.137, 11.575, 12)},
+            {QStringLiteral("Sydney 2007"), recordingIn(7, -33.8688, 151.2093, 5)},
+            {QStringLiteral("New York 2019"), recordingIn(19, 40.7128, -74.006, 9)},
+            {QStringLiteral("Tokyo 2012"), recordingIn(12, 35.6762, 139.6503, 7)}};
+}
+
+// Names and fix counts of the four recordings in the order they were taken.
+const QStringList OrderedNames = {QStringLiteral("Sydney 2007"), QStringLiteral("Tokyo 2012"),
+                                  QStringLiteral("New York 2019"), QStringLiteral("Munich 2026")};
+const QVector<int> OrderedCounts = {5, 7, 9, 12};
+
+QDomDocument parsed(const QByteArray& xml) {
+    QDomDocument document;
+    QString error;
+    if (!document.setContent(xml, true, &error)) {
+        qWarning("%s", qPrintable(error));
+    }
+    return document;
 }
 
 QByteArray readAll(const QString& path) {
@@ -118,8 +163,8 @@ void TestTrackExporter::onlyPlaceableFixesAreExported() {
     QCOMPARE(merged[0].second, 0);
     QCOMPARE(merged[1].second, 9);
     QCOMPARE(merged[2].second, 10);
-    const QByteArray csv = KvTrackExporter::toCsv(merged);
-    QVERIFY(csv.contains("2026-11-23T10:00:10Z,48.1,11.5,,0.125,-0.03,0.98\n"));
+    const QByteArray csv = KvTrackExporter::toCsv({{"drive", merged}});
+    QVERIFY(csv.contains("2026-11-23T10:00:10Z,48.1,11.5,,0.125,-0.03,0.98,drive\n"));
     QVERIFY(!csv.contains("nan"));
 }
 
@@ -156,6 +201,10 @@ void TestTrackExporter::gpxValidatesAgainstTheSchema() {
     // 30 km/h in metres per second.
     QVERIFY(gpx.contains("<gpxtpx:speed>8.333333333333334</gpxtpx:speed>"));
     QCOMPARE(gpx.count("<trkpt "), 120);
+    // A lone recording is one track of one segment, named after it.
+    QCOMPARE(gpx.count("<trk>"), 1);
+    QCOMPARE(gpx.count("<trkseg>"), 1);
+    QVERIFY(gpx.contains("<name>Fahrt &lt;1&gt; &amp; &quot;\xc3\xbc&quot;</name>"));
 }
 
 void TestTrackExporter::kmlParsesWithEveryFix() {
@@ -175,6 +224,11 @@ void TestTrackExporter::kmlParsesWithEveryFix() {
                                  .split(QLatin1Char(' '), Qt::SkipEmptyParts);
     QCOMPARE(line.size(), 50);
     QCOMPARE(line.first(), QStringLiteral("11.575,48.137"));
+    QCOMPARE(document.elementsByTagName(QStringLiteral("LineString")).size(), 1);
+    const QDomNodeList folders = document.elementsByTagName(QStringLiteral("Folder"));
+    QCOMPARE(folders.size(), 1);
+    QCOMPARE(folders.at(0).firstChildElement(QStringLiteral("name")).text(),
+             QStringLiteral("fixes"));
 }
 
 void TestTrackExporter::csvReadsBackTheSameValues() {
@@ -182,11 +236,12 @@ void TestTrackExporter::csvReadsBackTheSameValues() {
     const QString path = _dir.filePath("drive.csv");
     QVERIFY(KvTrackExporter::exportTrack(track, path, KvTrackExporter::Csv, "drive"));
     const QList<QByteArray> lines = readAll(path).split('\n');
-    QCOMPARE(lines.first(),
-             QByteArray("time,latitude,longitude,speed_kmh,gsensor_x,gsensor_y,gsensor_z"));
+    QCOMPARE(lines.first(), QByteArray("time,latitude,longitude,speed_kmh,gsensor_x,gsensor_y,"
+                                       "gsensor_z,recording"));
     for (int i = 0; i < track.size(); ++i) {
         const QList<QByteArray> fields = lines.at(i + 1).split(',');
-        QCOMPARE(fields.size(), 7);
+        QCOMPARE(fields.size(), 8);
+        QCOMPARE(fields[7], QByteArray("drive"));
         QCOMPARE(QDateTime::fromString(QString::fromLatin1(fields[0]), Qt::ISODate),
                  KvTrackExporter::fixTime(track[i]));
         QCOMPARE(fields[0].right(1), QByteArray("Z"));
@@ -204,10 +259,10 @@ void TestTrackExporter::southWestAndAntimeridian() {
     QVector<KvLocation> track;
     track << fix(23, 10, 0, 0, -33.8688, 179.9999) << fix(23, 10, 0, 1, -33.8689, -179.9999)
           << fix(23, 10, 0, 2, -33.869, -179.9998);
-    const QByteArray csv = KvTrackExporter::toCsv(KvTrackExporter::mergeTracks({track}));
+    const QByteArray csv = KvTrackExporter::toCsv({{"sw", KvTrackExporter::mergeTracks({track})}});
     QVERIFY(csv.contains(",-33.8688,179.9999,"));
     QVERIFY(csv.contains(",-33.8689,-179.9999,"));
-    const QByteArray gpx = KvTrackExporter::toGpx(track, "sw");
+    const QByteArray gpx = KvTrackExporter::toGpx({{"sw", track}});
     QVERIFY(gpx.contains("lat=\"-33.8689\" lon=\"-179.9999\""));
 }
 
@@ -265,6 +320,129 @@ void TestTrackExporter::tenHourTrackExportsEveryFix() {
     QVERIFY(KvTrackExporter::exportTrack(merged, csv, KvTrackExporter::Csv, "ten hours"));
     // The header line and one line per fix.
     QCOMPARE(readAll(csv).count('\n'), 36001);
+}
+
+void TestTrackExporter::recordingsAreOrderedByTheirFirstFix() {
+    QVector<KvTrackExporter::Recording> recordings = fourRecordings();
+    // Tokyo's fixes arrive out of order; the recording still starts with its earliest fix.
+    std::reverse(recordings[3].fixes.begin(), recordings[3].fixes.end());
+    KvLocation invalid = recordingIn(1, 0.0, 0.0, 1).first();
+    invalid.valid = false;
+    recordings.append({QStringLiteral("no fix"), {invalid}});
+    // Two recordings that start at the same instant keep the order they were handed over in.
+    recordings.append({QStringLiteral("Munich 2026 rear"), recordingIn(26, 48.2, 11.6, 3)});
+    const QVector<KvTrackExporter::Recording> ordered =
+        KvTrackExporter::orderRecordings(recordings);
+    QStringList names;
+    for (const KvTrackExporter::Recording& recording : ordered) {
+        names.append(recording.name);
+    }
+    QCOMPARE(names, OrderedNames + QStringList{QStringLiteral("Munich 2026 rear")});
+    QCOMPARE(ordered[1].fixes.size(), 7);
+    QCOMPARE(KvTrackExporter::fixTime(ordered[1].fixes.first()),
+             QDateTime(QDate(2012, 6, 1), QTime(12, 0, 0), Qt::UTC));
+    QCOMPARE(KvTrackExporter::fixTime(ordered[1].fixes.last()),
+             QDateTime(QDate(2012, 6, 1), QTime(12, 0, 6), Qt::UTC));
+    QVERIFY(KvTrackExporter::orderRecordings({{QStringLiteral("x"), {invalid}}}).isEmpty());
+}
+
+void TestTrackExporter::gpxHasOneTrackPerRecording() {
+    const QString path = _dir.filePath("four.gpx");
+    QString error;
+    QVERIFY2(KvTrackExporter::exportRecordings(KvTrackExporter::orderRecordings(fourRecordings()),
+                                               path, KvTrackExporter::Gpx, "four", &error),
+             qPrintable(error));
+    QProcess lint;
+    kvtest::startTool(lint, QStringLiteral("xmllint"),
+                      {QStringLiteral("--noout"), QStringLiteral("--schema"),
+                       QStringLiteral(KV_SOURCE_DIR "/tests/data/gpx.xsd"), path});
+    QVERIFY2(lint.waitForFinished(30000), "xmllint (libxml2-utils) did not run");
+    QVERIFY2(lint.exitCode() == 0, lint.readAllStandardError().constData());
+    const QDomNodeList tracks = parsed(readAll(path)).elementsByTagName(QStringLiteral("trk"));
+    QCOMPARE(tracks.size(), 4);
+    for (int i = 0; i < tracks.size(); ++i) {
+        const QDomElement track = tracks.at(i).toElement();
+        QCOMPARE(track.firstChildElement(QStringLiteral("name")).text(), OrderedNames[i]);
+        QCOMPARE(track.elementsByTagName(QStringLiteral("trkseg")).size(), 1);
+        QCOMPARE(track.elementsByTagName(QStringLiteral("trkpt")).size(), OrderedCounts[i]);
+    }
+    QCOMPARE(tracks.at(0).toElement().elementsByTagName("time").at(0).toElement().text(),
+             QStringLiteral("2007-06-01T12:00:00Z"));
+}
+
+void TestTrackExporter::kmlHasOneLinePerRecording() {
+    const QString path = _dir.filePath("four.kml");
+    QVERIFY(KvTrackExporter::exportRecordings(KvTrackExporter::orderRecordings(fourRecordings()),
+                                              path, KvTrackExporter::Kml, "Four drives"));
+    const QDomDocument document = parsed(readAll(path));
+    const QDomElement root = document.documentElement().firstChildElement("Document");
+    QCOMPARE(root.firstChildElement(QStringLiteral("name")).text(), QStringLiteral("Four drives"));
+    const QDomNodeList lines = document.elementsByTagName(QStringLiteral("LineString"));
+    QCOMPARE(lines.size(), 4);
+    const QDomNodeList folders = document.elementsByTagName(QStringLiteral("Folder"));
+    QCOMPARE(folders.size(), 4);
+    for (int i = 0; i < lines.size(); ++i) {
+        const QDomElement placemark = lines.at(i).parentNode().toElement();
+        QCOMPARE(placemark.tagName(), QStringLiteral("Placemark"));
+        QCOMPARE(placemark.firstChildElement(QStringLiteral("name")).text(), OrderedNames[i]);
+        const QStringList coordinates =
+            lines.at(i).toElement().text().simplified().split(' ', Qt::SkipEmptyParts);
+        QCOMPARE(coordinates.size(), OrderedCounts[i]);
+        const QDomElement folder = folders.at(i).toElement();
+        QCOMPARE(folder.firstChildElement(QStringLiteral("name")).text(), OrderedNames[i]);
+        QCOMPARE(folder.elementsByTagName(QStringLiteral("when")).size(), OrderedCounts[i]);
+    }
+    QCOMPARE(lines.at(0).toElement().text().simplified().section(' ', 0, 0),
+             QStringLiteral("151.2093,-33.8688"));
+}
+
+void TestTrackExporter::csvNamesTheRecordingOfEachFix() {
+    QVector<KvTrackExporter::Recording> recordings = fourRecordings();
+    recordings[0].name = QStringLiteral("Fahrt, \"München\"");
+    const QString path = _dir.filePath("four.csv");
+    QVERIFY(KvTrackExporter::exportRecordings(KvTrackExporter::orderRecordings(recordings), path,
+                                              KvTrackExporter::Csv, "four"));
+    const QList<QByteArray> lines = readAll(path).trimmed().split('\n');
+    QCOMPARE(lines.size(), 1 + 5 + 7 + 9 + 12);
+    QVERIFY(lines.at(1).startsWith("2007-06-01T12:00:00Z,-33.8688,151.2093,"));
+    QVERIFY(lines.at(1).endsWith(",Sydney 2007"));
+    QVERIFY(lines.at(5).endsWith(",Sydney 2007"));
+    QVERIFY(lines.at(6).startsWith("2012-06-01T12:00:00Z,"));
+    QVERIFY(lines.at(6).endsWith(",Tokyo 2012"));
+    QVERIFY(lines.at(13).endsWith(",New York 2019"));
+    // Quoted as RFC 4180 asks, in UTF-8.
+    QCOMPARE(lines.last().mid(lines.last().indexOf(",\"")),
+             QString(",\"Fahrt, \"\"München\"\"\"").toUtf8());
+}
+
+void TestTrackExporter::gpsbabelReadsOneTrackPerRecording_data() {
+    QTest::addColumn<int>("format");
+    QTest::addColumn<QString>("babelFormat");
+    QTest::newRow("gpx") << int(KvTrackExporter::Gpx) << "gpx";
+    QTest::newRow("kml") << int(KvTrackExporter::Kml) << "kml";
+}
+
+// gpsbabel reads the file as a map app would and writes the tracks it found as GPX.
+void TestTrackExporter::gpsbabelReadsOneTrackPerRecording() {
+    QFETCH(int, format);
+    QFETCH(QString, babelFormat);
+    const QString path = _dir.filePath("babel." + babelFormat);
+    QVERIFY(KvTrackExporter::exportRecordings(KvTrackExporter::orderRecordings(fourRecordings()),
+                                              path, KvTrackExporter::Format(format), "four"));
+    QProcess babel;
+    kvtest::startTool(babel, QStringLiteral("gpsbabel"),
+                      {QStringLiteral("-t"), QStringLiteral("-i"), babelFormat,
+                       QStringLiteral("-f"), path, QStringLiteral("-o"), QStringLiteral("gpx"),
+                       QStringLiteral("-F"), QStringLiteral("-")});
+    QVERIFY2(babel.waitForFinished(30000), "gpsbabel did not run (scripts/install-deps)");
+    QVERIFY2(babel.exitCode() == 0, babel.readAllStandardError().constData());
+    const QDomNodeList tracks = parsed(babel.readAllStandardOutput()).elementsByTagName("trk");
+    QCOMPARE(tracks.size(), 4);
+    for (int i = 0; i < tracks.size(); ++i) {
+        const QDomElement track = tracks.at(i).toElement();
+        QCOMPARE(track.firstChildElement(QStringLiteral("name")).text(), OrderedNames[i]);
+        QCOMPARE(track.elementsByTagName(QStringLiteral("trkpt")).size(), OrderedCounts[i]);
+    }
 }
 
 KV_TEST_GUILESS_MAIN(TestTrackExporter)
