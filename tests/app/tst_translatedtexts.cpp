@@ -1,12 +1,13 @@
-// Every text of the window, its trip panel and the settings dialog keeps to its place in each of
-// the eight languages, in the smallest window the player allows: measured in the font it is
-// drawn in, each shown text fits the room its widget has for text, and a text drawn smaller or
-// cut offers the whole of it as its tool tip.
+// Every text of the window, its trip panel, the settings dialog and the file picker keeps to its
+// place in each of the eight languages, in the smallest window the player allows: measured in the
+// font it is drawn in, each shown text fits the room its widget has for text, and a text drawn
+// smaller or cut offers the whole of it as its tool tip.
 //
 // Set KV_TEXT_SCREENS to a folder to have a picture of the window with the settings dialog over
 // it written there for each language (<language>.png).
 
 #include "KvConfigure.h"
+#include "KvFilePickerDialog.h"
 #include "KvFileUtils.h"
 #include "KvLanguage.h"
 #include "KvLogCategories.h"
@@ -43,24 +44,16 @@ constexpr int ApplicationFontPixelSize = 14;
 const char* const LanguageNames[] = {"english", "chinese", "french",     "german",
                                      "italian", "polish",  "portuguese", "spanish"};
 
-// The keys whose texts the window's trip panel and the settings dialog show, each once.
-const char* const ShownKeys[] = {"current_latitude",
-                                 "current_longitude",
-                                 "current_speed",
-                                 "max_speed",
-                                 "average_speed",
-                                 "total_distance",
-                                 "language",
-                                 "maps",
-                                 "baidu_map",
-                                 "google_map",
-                                 "speed_unit",
-                                 "KM/H",
-                                 "MPH",
-                                 "gps_correction",
-                                 "correction",
-                                 "no_correction",
-                                 "OK"};
+// The keys whose texts the window's trip panel, the settings dialog and the file picker show.
+const char* const ShownKeys[] = {
+    // The trip panel's captions.
+    "current_latitude", "current_longitude", "current_speed", "max_speed", "average_speed",
+    "total_distance",
+    // The settings dialog.
+    "language", "maps", "baidu_map", "google_map", "speed_unit", "KM/H", "MPH", "gps_correction",
+    "correction", "no_correction", "OK",
+    // The file picker.
+    "drives", "files", "directory", "ok", "cancel"};
 
 // One shown text: where it is, what it says in whole, and how it is drawn.
 struct ShownText {
@@ -222,8 +215,14 @@ void TestTranslatedTexts::textsKeepToTheirPlaces() {
     dialog.show();
     QVERIFY(QTest::qWaitForWindowExposed(&dialog));
 
+    // The open button's picker: its choices and buttons are translated too.
+    KvFilePickerDialog picker;
+    picker.show();
+    QVERIFY(QTest::qWaitForWindowExposed(&picker));
+
     QList<ShownText> texts = shownTexts(_window);
     texts += shownTexts(&dialog);
+    texts += shownTexts(&picker);
     // The walk reaches every translated caption, choice and button of the panel and the dialog.
     QMap<QString, QString> table;
     QVERIFY(KvLanguage::loadLanguage(language, table));
@@ -244,6 +243,8 @@ void TestTranslatedTexts::textsKeepToTheirPlaces() {
     _checkFits(texts);
     QCOMPARE(dialog.languageBox()->currentText(), table.value(language));
     _checkLanguageBox(dialog.languageBox());
+    // The picture shows the window and the settings dialog alone.
+    picker.close();
     if (speedUnit == 0) {
         _saveScreen(dialog, language);
     }
