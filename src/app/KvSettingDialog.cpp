@@ -1,6 +1,9 @@
 #include "KvSettingDialog.h"
 
 #include "KvConfigure.h"
+#include "KvFitButton.h"
+#include "KvFitComboBox.h"
+#include "KvFitLabel.h"
 #include "KvLanguage.h"
 #include "KvSettingDelegate.h"
 #include "KvSettingsKeys.h"
@@ -36,14 +39,15 @@ constexpr int CorrectionOff = 0;
 } // namespace
 
 KvSettingDialog::KvSettingDialog(QWidget* parent, Qt::WindowFlags flags)
-    : QDialog(parent, flags), _versionLabel(new QLabel(this)), _languageLabel(new QLabel(this)),
-      _languageBox(new QComboBox(this)), _mapsLabel(new QLabel(this)),
-      _mapGroup(new QButtonGroup(this)), _baiduButton(new QRadioButton(this)),
-      _googleButton(new QRadioButton(this)), _speedLabel(new QLabel(this)),
-      _speedGroup(new QButtonGroup(this)), _kmhButton(new QRadioButton(this)),
-      _mphButton(new QRadioButton(this)), _correctionLabel(new QLabel(this)),
-      _correctionGroup(new QButtonGroup(this)), _correctionButton(new QRadioButton(this)),
-      _noCorrectionButton(new QRadioButton(this)), _okButton(new QPushButton(this)) {
+    : QDialog(parent, flags), _versionLabel(new KvFitLabel(this)),
+      _languageLabel(new KvFitLabel(this)), _languageBox(new KvFitComboBox(this)),
+      _mapsLabel(new KvFitLabel(this)), _mapGroup(new QButtonGroup(this)),
+      _baiduButton(new KvFitRadioButton(this)), _googleButton(new KvFitRadioButton(this)),
+      _speedLabel(new KvFitLabel(this)), _speedGroup(new QButtonGroup(this)),
+      _kmhButton(new KvFitRadioButton(this)), _mphButton(new KvFitRadioButton(this)),
+      _correctionLabel(new KvFitLabel(this)), _correctionGroup(new QButtonGroup(this)),
+      _correctionButton(new KvFitRadioButton(this)),
+      _noCorrectionButton(new KvFitRadioButton(this)), _okButton(new KvFitPushButton(this)) {
     setWindowFlags(Qt::Dialog | Qt::WindowCloseButtonHint);
     _setupLooks();
     _mapGroup->setExclusive(true);

@@ -13,7 +13,10 @@ class QRadioButton;
 
 // The settings dialog: language, map service, speed unit and location correction. There is no
 // Apply and no Cancel: every change is written to the settings file at once and then reported to
-// the delegate, which applies it live. Lives for one modal run; GUI thread only.
+// the delegate, which applies it live. The captions, choices, the language box and OK keep their
+// places in every language: a longer translation is drawn smaller, then cut, with the whole of it
+// as the tool tip (KvFitLabel, KvFitButton, KvFitComboBox); their texts stay whole. Lives for one
+// modal run; GUI thread only.
 class KvSettingDialog : public QDialog {
     Q_OBJECT
 public:

@@ -1,6 +1,7 @@
 #include "VideoInfoView.h"
 
 #include "KvConfigure.h"
+#include "KvFitLabel.h"
 #include "KvGpsMath.h"
 #include "KvLanguage.h"
 #include "KvLogCategories.h"
@@ -108,7 +109,9 @@ void VideoInfoView::_createReadOuts() {
 }
 
 QLabel* VideoInfoView::_createTitle(char const* name) {
-    auto* label = new QLabel(this);
+    // Captions keep their column in every language: a long one is drawn smaller, then cut, with
+    // the whole caption as its tool tip.
+    auto* label = new KvFitLabel(this);
     label->setObjectName(QString::fromLatin1(name));
     return label;
 }
