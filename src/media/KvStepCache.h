@@ -28,8 +28,8 @@ enum class Found { Here, Earlier, Later };
 // Looks for the picture target selects relative to time. A picture counts as found only when
 // the cache shows it is the right one: for Before and At the picture after it must be cached as
 // well, since the decode thread may still be on its way there; with complete (no more pictures
-// will come) the last cached one will do. An empty cache holds nothing earlier and nothing
-// later. On Here, *copy is a copy of it for the view.
+// will come) the last cached one will do. In an empty cache the picture lies later for After and
+// earlier otherwise. On Here, *copy is a copy of it for the view.
 Found find(MutexQueue& queue, Target target, double time, bool complete, KvYUV420P** copy);
 // Frees at most count pictures from the head that start before time, so that the decode thread
 // can decode on past a full cache. Returns how many went.
