@@ -38,6 +38,7 @@ private slots:
     void cleanupTestCase();
     void openingOneKeepsItAndShowsItsTrack();
     void theEndOfARecordingAdvancesToOneWithoutVideoAndStaysThere();
+    void aPublicGpsOnlySampleStays();
 
 private:
     // The three recordings in the list: row 0 with pictures, rows 1 and 2 without.
@@ -56,6 +57,10 @@ private:
 namespace {
 const QString CardPath = QStringLiteral(KV_TEST_MEDIA_DIR "/card");
 const QString TrackWriter = QStringLiteral(KV_SOURCE_DIR "/scripts/lib/nmea-track");
+// A camera's own GPS-only clip (a text track and nothing else), when the public samples lie
+// beside the project.
+const QString PublicSample = QStringLiteral(
+    KV_SOURCE_DIR "/../../shared/realdata/amkulikov+dashcamigo/thinkware-real-anonymized.mp4");
 // The fixes-only clip holds this many fixes, one a second, at 30 knots: 55.56 km/h, or
 // 34.52 mph, the unit of a first start.
 constexpr int FixCount = 10;
@@ -200,6 +205,22 @@ void TestRecordingWithoutVideo::theEndOfARecordingAdvancesToOneWithoutVideoAndSt
     QTRY_VERIFY(!_window->player()->isOpenFile());
     QTest::qWait(SettleMs);
     _expectTheFirstWithoutVideoKept();
+}
+
+void TestRecordingWithoutVideo::aPublicGpsOnlySampleStays() {
+    if (!QFileInfo::exists(PublicSample)) {
+        QSKIP("the public samples (shared/realdata) are not beside this checkout");
+    }
+    _window->videoList()->addFile(PublicSample, false);
+    _window->videoList()->addFile(_fixesOnly, false);
+    QTRY_COMPARE(_window->videoList()->listWidget()->count(), 2);
+    _playRow(0);
+    QTRY_VERIFY(!_window->player()->isOpenFile());
+    QTest::qWait(SettleMs);
+    QCOMPARE(_window->currentVideoInfo().videos.first().path, PublicSample);
+    // Whatever track its reader finds is what the map shows.
+    QTRY_COMPARE(_mapState().value("points").toInt(), _window->currentTrack().size());
+    QVERIFY(_window->playButton()->isEnabled());
 }
 
 int main(int argc, char** argv) {
