@@ -132,6 +132,7 @@ bool KvFFPlayer::_prepareRun() {
     seekRequested.store(false);
     seekTime.store(0.0);
     _stepRefilledFor = -1.0;
+    _shownTime.store(-1.0);
     _seeksDone.store(_seeksRequested.load());
     readError.store(0);
     audioTime.store(0.0);
@@ -451,6 +452,8 @@ void KvFFPlayer::_renderVideo(KvYUV420P* picture) {
     const double time = picture->time;
     videoTime.store(time);
     _pictureShown.store(true);
+    _shownSeeks.store(_seeksDone.load());
+    _shownTime.store(time);
     if (KvVideoSink* view = videoView.load()) {
         view->updateYUV420Async(picture); // may wait while the view paints its last picture
     } else {

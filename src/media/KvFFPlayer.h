@@ -144,6 +144,8 @@ protected:
     void _seekReading(double seconds, double keepFrom, double cursor);
     // Refills the step cache with the pictures around time.
     void _refillAround(double time);
+    // Whether the picture shown is the one showing at time, the pictures after it still queued.
+    bool _showsPictureAt(double time) const;
 
     // Created and destroyed by the GUI thread while no worker runs; used by the decode thread.
     StreamReader* reader = nullptr;
@@ -177,6 +179,10 @@ protected:
     // Whether a picture of the open file has been handed over (video thread, or GUI thread
     // while stepping); cleared when a file is opened.
     std::atomic<bool> _pictureShown{false};
+    // The time of the picture last handed over and the seeks carried out by then (written with
+    // it); -1 when none of this run.
+    std::atomic<double> _shownTime{-1.0};
+    std::atomic<unsigned> _shownSeeks{0};
     std::atomic<int> readError{0};       // last negative read result, for the end code
     std::atomic<long long> interval{-1}; // microseconds per picture; <= 0: from the frame rate
     // Created by start() before the workers run, destroyed after they were joined; each has its

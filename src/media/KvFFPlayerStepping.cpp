@@ -41,6 +41,9 @@ KvStepResult KvFFPlayer::stepTo(KvStepCache::Target target, double time) {
         }
         return KvStepResult::Waiting;
     case KvStepCache::Found::Earlier:
+        if (target == KvStepCache::Target::At && _showsPictureAt(time)) {
+            return KvStepResult::Shown; // a rear a picture ahead of its front at the pause
+        }
         if (_stepRefilledFor == time) {
             // Refilled from before time already: once pictures came, none lies before it.
             return videoQueue->size() == 0 && !complete ? KvStepResult::Waiting
@@ -50,6 +53,14 @@ KvStepResult KvFFPlayer::stepTo(KvStepCache::Target target, double time) {
         return KvStepResult::Waiting;
     }
     return KvStepResult::None;
+}
+
+bool KvFFPlayer::_showsPictureAt(double time) const {
+    // Until a step or a seek moves the cache, the queue goes on with the picture after the one
+    // shown, which the caller found to start after time.
+    const double shown = _shownTime.load();
+    return frameTime.load() < 0 && _shownSeeks.load() == _seeksDone.load() && shown >= 0 &&
+           shown <= time + kTimeEpsilon;
 }
 
 void KvFFPlayer::_refillAround(double time) {
