@@ -2,11 +2,12 @@
 // two views show against the pictures the ffmpeg command-line tool decodes from the same clips:
 // every step moves exactly one picture in its direction, on the front and on the rear, also when
 // the direction changes and when a step leaves the pictures decoded ahead; the rear shows the
-// front's instant after every step; the first picture is as far back as a step goes; playing
-// resumes at the stepped picture, and a seek after steps lands on its own target. The pair is
-// made here with the ffmpeg CLI: both clips at 30 pictures a second from 0 s, the front with
-// B-frames and a key frame every 30 pictures, the rear without B-frames with key frames every
-// 12 pictures from picture 7, so that refills land on different key frames in the two clips.
+// front's instant after every step, also when it was a picture ahead at the pause; the first
+// picture is as far back as a step goes; playing resumes at the stepped picture, and a seek after
+// steps lands on its own target. The pair is made here with the ffmpeg CLI: both clips at 30
+// pictures a second from 0 s, the front with B-frames and a key frame every 30 pictures, the rear
+// without B-frames with key frames every 12 pictures from picture 7, so that refills land on
+// different key frames in the two clips.
 
 #include "KvReferenceFrames.h"
 #include "KvTestMain.h"
@@ -63,6 +64,7 @@ private slots:
     void directionChangeMovesOnePictureEachWay();
     void stepsBackLeaveTheCacheAndStopAtTheFirstPicture();
     void stepsForwardRunThroughTheCache();
+    void aRearAheadAtThePauseComesInStep();
     void playResumesAtTheSteppedPicture();
     void seekAfterStepsLandsOnItsTarget();
 
@@ -257,6 +259,24 @@ void TestLuPlayerStep::stepsForwardRunThroughTheCache() {
     // And back into the pictures the forward steps went through.
     KV_CHECKED(_step(false));
     KV_CHECKED(_expectBoth(target - 1, "back after seventy forward"));
+}
+
+void TestLuPlayerStep::aRearAheadAtThePauseComesInStep() {
+    KV_CHECKED(_playAndPause(1.0));
+    const int start = _frontPicture();
+    // The rear core alone takes pictures from its queue until it is one ahead of the front, as
+    // the rear may be when the pair is paused between the two channels' pictures.
+    for (int tries = 0; tries < 5 && _rearPicture() <= start; ++tries) {
+        rig->player.getRearPlayer()->playNextVideo();
+    }
+    QCOMPARE(_rearPicture(), start + 1);
+    // A step forward brings the front to the rear, which stays; then both move together.
+    KV_CHECKED(_step(true));
+    KV_CHECKED(_expectBoth(start + 1, "forward with the rear ahead"));
+    KV_CHECKED(_step(true));
+    KV_CHECKED(_expectBoth(start + 2, "second step forward"));
+    KV_CHECKED(_step(false));
+    KV_CHECKED(_expectBoth(start + 1, "back after two forward"));
 }
 
 void TestLuPlayerStep::playResumesAtTheSteppedPicture() {
