@@ -1,5 +1,6 @@
 #include "MainWindow.h"
 
+#include "KvFFPlayer.h"
 #include "KvKeyboardGrab.h"
 #include "KvLanguage.h"
 #include "KvLogCategories.h"
@@ -175,6 +176,21 @@ void MainWindow::_stopAndClear() {
     _updateStepButtons();
 }
 
+void MainWindow::_endWithoutPictures() {
+    // The rear camera's pictures play on when only the front clip has none.
+    const KvFFPlayer* rear = _player->getRearPlayer();
+    if (rear->hasVideo() && rear->isPlaying()) {
+        return;
+    }
+    // A recording whose clips hold no pictures (a GPS-only clip) ends as soon as it starts. Its
+    // track stays on the map and the trip panel, and the list does not move on: every such entry
+    // after it would end the same way, and the list would run through to its end.
+    _player->stopPlay();
+    _videoView->clear();
+    _updatePlayerStopStatus();
+    _updateStepButtons();
+}
+
 void MainWindow::_onPlayerPlaying(int code, double a, double b) {
     switch (code) {
     case KvPlayerStatus::Paused:
@@ -182,11 +198,15 @@ void MainWindow::_onPlayerPlaying(int code, double a, double b) {
         _updateStepButtons();
         break;
     case KvPlayerStatus::EndOfFile:
-        _stopAndClear();
-        _playIfValid(_videoListWidget->findNextVideoInfo(_currentVideoInfo));
-        break;
     case KvPlayerStatus::RanDry:
+        if (!_player->hasShownPicture()) {
+            _endWithoutPictures();
+            break;
+        }
         _stopAndClear();
+        if (code == KvPlayerStatus::EndOfFile) {
+            _playIfValid(_videoListWidget->findNextVideoInfo(_currentVideoInfo));
+        }
         break;
     case KvPlayerStatus::PictureShown: {
         // The trip panel and the map follow once per whole second of playback.

@@ -143,6 +143,8 @@ private:
     }
 
     void _stopAndClear();
+    // The end of a recording that showed no picture: it stays, with its track.
+    void _endWithoutPictures();
     // Plays a record the list found, when it found one.
     void _playIfValid(const KvVideoInfo& info);
     void _togglePlayPause() { _controlRow->togglePlayPause(); }

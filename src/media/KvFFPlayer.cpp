@@ -64,6 +64,7 @@ void KvFFPlayer::_callback(int code) {
 
 int KvFFPlayer::openInput(const char* path) {
     closeInput();
+    _pictureShown.store(false);
     reader = new StreamReader();
     reader->setUseHwaccel(hardwareDecode);
     return reader->startReading(path, nullptr);
@@ -87,6 +88,14 @@ bool KvFFPlayer::isOpenFile() const {
 
 bool KvFFPlayer::isPlaying() const {
     return videoThread != nullptr && !videoThread->isStopped();
+}
+
+bool KvFFPlayer::hasVideo() const {
+    return reader != nullptr && reader->getVideoStream() != nullptr;
+}
+
+bool KvFFPlayer::hasShownPicture() const {
+    return reader != nullptr && _pictureShown.load();
 }
 
 void KvFFPlayer::_startAudio() {
@@ -122,6 +131,8 @@ bool KvFFPlayer::_prepareRun() {
     stop();
     seekRequested.store(false);
     seekTime.store(0.0);
+    _stepRefilledFor = -1.0;
+    _shownTime.store(-1.0);
     _seeksDone.store(_seeksRequested.load());
     readError.store(0);
     audioTime.store(0.0);
@@ -199,9 +210,11 @@ void KvFFPlayer::play() {
         return;
     }
     if (const double stepped = frameTime.load(); stepped >= 0) {
-        _requestSeek(stepped, _landOn(stepped));
+        // Stepping may have gone on after decoding reached the end of the file.
+        _seekReading(stepped, _landOn(stepped), -1.0);
     }
     frameTime.store(-1.0);
+    _stepRefilledFor = -1.0;
     KvFFPlayerThread::stopAndDelete(videoThread);
     if (KvSharedClock* clock = _sharedClock.load(); clock != nullptr && _leadsClock.load()) {
         // The follower waits until this core shows its first picture and anchors the clock.
@@ -234,6 +247,14 @@ void KvFFPlayer::pause() {
 }
 
 void KvFFPlayer::seek(double seconds) {
+    // A user's seek lands on the picture at the target, not on the key frame before it: two
+    // cameras with key frames in different places then land on the same instant. It replaces
+    // the stepped picture as the place where playing resumes.
+    _stepRefilledFor = -1.0;
+    _seekReading(seconds, _landOn(seconds), -1.0);
+}
+
+void KvFFPlayer::_seekReading(double seconds, double keepFrom, double cursor) {
     // A core whose file was read to its end (a rear clip shorter than the front) has no decode
     // thread left to carry a seek out: decoding starts again, and presentation with it when it
     // was running, so the channel plays on from the new position.
@@ -244,9 +265,8 @@ void KvFFPlayer::seek(double seconds) {
     if (ended) {
         _prepareRun();
     }
-    // A user's seek lands on the picture at the target, not on the key frame before it: two
-    // cameras with key frames in different places then land on the same instant.
-    _requestSeek(seconds, _landOn(seconds));
+    frameTime.store(cursor);
+    _requestSeek(seconds, keepFrom);
     if (ended) {
         _startDecoding();
     }
@@ -431,6 +451,9 @@ bool KvFFPlayer::_pushPicture(const AVFrame* frame, double time, double* keepFro
 void KvFFPlayer::_renderVideo(KvYUV420P* picture) {
     const double time = picture->time;
     videoTime.store(time);
+    _pictureShown.store(true);
+    _shownSeeks.store(_seeksDone.load());
+    _shownTime.store(time);
     if (KvVideoSink* view = videoView.load()) {
         view->updateYUV420Async(picture); // may wait while the view paints its last picture
     } else {
@@ -626,71 +649,4 @@ int KvFFPlayer::_doSeek(double seconds, int flags) {
     videoTime.store(seconds);
     audioTime.store(seconds);
     return result;
-}
-
-void KvFFPlayer::_syncAudio2Video() {
-    if (audioQueue != nullptr) {
-        audioQueue->dropBefore(current());
-    }
-}
-
-void KvFFPlayer::playNextVideo() {
-    if (isPlaying() || !_decoding.load()) {
-        return;
-    }
-    if (frameTime.load() >= 0) {
-        _playNextFrameAtVideoQueue();
-        return;
-    }
-    auto* picture = videoQueue != nullptr ? static_cast<KvYUV420P*>(videoQueue->pop()) : nullptr;
-    if (picture != nullptr) {
-        _renderVideo(picture);
-    }
-    _syncAudio2Video();
-}
-
-void KvFFPlayer::playPrevVideo() {
-    if (isPlaying() || !_decoding.load() || videoTime.load() == 0 || videoQueue == nullptr ||
-        videoQueue->size() == 0) {
-        return;
-    }
-    if (frameTime.load() < 0) {
-        const double shown = videoTime.load();
-        frameTime.store(shown);
-        // The cache refills from the key frame before the target; pictures too old to leave
-        // room for the shown one in the cache are dropped, so that it can be stepped back to.
-        _requestSeek(shown < kStepBackFromStart ? 0.0 : shown - kStepBackSeconds,
-                     shown - (frameCache - 1) * _frameSeconds - kTimeEpsilon);
-        return;
-    }
-    if (_seekPending() || videoQueue->size() < frameCache) {
-        return; // the cache is still refilling after the seek
-    }
-    _playPrevFrameAtVideoQueue();
-}
-
-void KvFFPlayer::_playNextFrameAtVideoQueue() {
-    double next = -1.0;
-    KvYUV420P* copy = KvStepCache::stepForward(*videoQueue, frameTime.load(), &next);
-    if (copy != nullptr) {
-        frameTime.store(next);
-        _renderVideo(copy);
-    }
-    if (copy == nullptr || next < 0) {
-        // Stepping has left the cache; the next step starts over from the queue's head.
-        frameTime.store(-1.0);
-        _clearQueues();
-    }
-}
-
-void KvFFPlayer::_playPrevFrameAtVideoQueue() {
-    double previousTime = -1.0;
-    KvYUV420P* copy = KvStepCache::stepBackward(*videoQueue, frameTime.load(), &previousTime);
-    frameTime.store(previousTime);
-    if (copy != nullptr) {
-        _renderVideo(copy);
-    }
-    if (previousTime < 0) {
-        _clearQueues();
-    }
 }

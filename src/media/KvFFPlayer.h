@@ -2,6 +2,7 @@
 
 #include "KvFFPlayerThread.h"
 #include "KvPictureConverter.h"
+#include "KvStepCache.h"
 
 #include <QByteArray>
 
@@ -29,6 +30,10 @@ class StreamReader;
 // video thread (on the GUI thread for single-frame steps); the owner forwards it to its own
 // thread.
 using KvPlayerCallback = void (*)(void* context, int code, double time, double duration);
+
+// How a step to a neighbouring picture went: shown; waiting for the decode thread (ask again
+// a little later); or there is no such picture (the file starts or ends there, or holds none).
+enum class KvStepResult { Shown, Waiting, None };
 
 // Plays one media file: a decode thread demultiplexes and decodes into a picture queue (kept at
 // most frameCache pictures ahead) and an audio queue; a video thread paces the pictures by their
@@ -69,6 +74,15 @@ public:
 
     void playNextVideo();
     void playPrevVideo();
+    // While paused, shows the picture target selects relative to time (seconds): the one after
+    // it, before it or showing at it, whatever earlier steps did. It comes from the pictures
+    // decoded ahead; when they do not reach back that far, the cache is first refilled from the
+    // key frame before time and Waiting returned. Afterwards play() resumes at the picture shown.
+    KvStepResult stepTo(KvStepCache::Target target, double time);
+    // Whether the open file has a video stream, and whether a picture of it has been shown since
+    // it was opened.
+    bool hasVideo() const;
+    bool hasShownPicture() const;
 
     void setVideoView(KvVideoSink* view) { videoView.store(view); }
     KvVideoSink* getVideoView() const { return videoView.load(); }
@@ -125,6 +139,13 @@ protected:
     // end, the clocks reset, the queues and the audio output are made. False without a file.
     bool _prepareRun();
     void _startDecoding();
+    // A seek that starts decoding again when it had reached the end of the file; cursor becomes
+    // the stepping cursor (frameTime).
+    void _seekReading(double seconds, double keepFrom, double cursor);
+    // Refills the step cache with the pictures around time.
+    void _refillAround(double time);
+    // Whether the picture shown is the one showing at time, the pictures after it still queued.
+    bool _showsPictureAt(double time) const;
 
     // Created and destroyed by the GUI thread while no worker runs; used by the decode thread.
     StreamReader* reader = nullptr;
@@ -152,6 +173,16 @@ protected:
     // queues still hold pictures from before the target, so presentation and stepping wait.
     std::atomic<unsigned> _seeksRequested{0};
     std::atomic<unsigned> _seeksDone{0};
+    // The time a step refilled the cache around, so that it is done once; -1 when none. GUI
+    // thread only.
+    double _stepRefilledFor = -1.0;
+    // Whether a picture of the open file has been handed over (video thread, or GUI thread
+    // while stepping); cleared when a file is opened.
+    std::atomic<bool> _pictureShown{false};
+    // The time of the picture last handed over and the seeks carried out by then (written with
+    // it); -1 when none of this run.
+    std::atomic<double> _shownTime{-1.0};
+    std::atomic<unsigned> _shownSeeks{0};
     std::atomic<int> readError{0};       // last negative read result, for the end code
     std::atomic<long long> interval{-1}; // microseconds per picture; <= 0: from the frame rate
     // Created by start() before the workers run, destroyed after they were joined; each has its

@@ -2,6 +2,7 @@
 
 #include "KvLogCategories.h"
 #include "KvMediaUtils.h"
+#include "KvPictureConverter.h"
 #include "KvYUV420P.h"
 
 #include <algorithm>
@@ -120,6 +121,12 @@ void KvVideoView::getScale(double* outScaleX, double* outScaleY) {
 double KvVideoView::getPictureTime() {
     std::lock_guard<std::mutex> guard(mutex);
     return picture != nullptr ? picture->time : -1.0;
+}
+
+std::unique_ptr<KvYUV420P> KvVideoView::copyPicture() {
+    std::lock_guard<std::mutex> guard(mutex);
+    return std::unique_ptr<KvYUV420P>(picture != nullptr ? KvPictureConverter::copy(picture)
+                                                         : nullptr);
 }
 
 void KvVideoView::initializeGL() {

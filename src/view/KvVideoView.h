@@ -6,6 +6,7 @@
 #include <QOpenGLWidget>
 #include <QString>
 
+#include <memory>
 #include <mutex>
 
 class KvYUV420P;
@@ -35,6 +36,9 @@ public:
     void getScale(double* scaleX, double* scaleY);
     // The presentation time of the picture shown, in seconds; -1 when the view is empty.
     double getPictureTime();
+    // A copy of the picture shown, its pixels as decoded and its time; null when the view is
+    // empty. What a check of the shown pixels reads, without going through the screen's colours.
+    std::unique_ptr<KvYUV420P> copyPicture();
 
 signals:
     void updateAsyncSignal();

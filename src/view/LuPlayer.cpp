@@ -134,32 +134,28 @@ void LuPlayer::playPrevVideo() {
     rear->playPrevVideo();
 }
 
+bool LuPlayer::hasShownPicture() const {
+    return front->hasShownPicture() || rear->hasShownPicture();
+}
+
 bool LuPlayer::stepPicture(bool forward) {
     if (!isOpenFile() || isPlaying() || isStepping()) {
         return false;
     }
     KvFFPlayer* const cores[kChannels] = {front, rear};
-    // Without a view there is no picture to watch: the cores step once and that is the step.
+    // Without a view the channel count is what was opened.
     const int channels =
         view != nullptr ? (view->getPlayerCount() >= 2 ? 2 : 1) : (rear->isOpenFile() ? 2 : 1);
+    _stepForward = forward;
     for (int i = 0; i < kChannels; ++i) {
-        _stepWaiting[i] = false;
-        if (i >= channels || !cores[i]->isOpenFile()) {
-            continue;
-        }
-        _stepFrom[i] = _pictureTime(i);
-        if (forward) {
-            cores[i]->playNextVideo();
-        } else {
-            cores[i]->playPrevVideo();
-            _stepWaiting[i] = view != nullptr && _pictureTime(i) == _stepFrom[i];
-        }
+        _stepWaiting[i] = i < channels && cores[i]->isOpenFile();
+        _stepFrom[i] = _stepWaiting[i] ? _pictureTime(i) : -1.0;
     }
-    if (!_stepWaiting[0] && !_stepWaiting[1]) {
+    _stepClock.start();
+    if (_advanceStep()) {
         _finishStep();
         return true;
     }
-    _stepClock.start();
     int retryMs = -1;
     for (int i = 0; i < kChannels; ++i) {
         const int interval = cores[i]->getVideoInterval();
@@ -175,17 +171,31 @@ bool LuPlayer::isStepping() const {
     return _stepRetry->isActive();
 }
 
-void LuPlayer::_retryStep() {
-    KvFFPlayer* const cores[kChannels] = {front, rear};
-    for (int i = 0; i < kChannels; ++i) {
-        if (!_stepWaiting[i]) {
-            continue;
-        }
-        // Returns at once while the cache refills; steps once it is full.
-        cores[i]->playPrevVideo();
-        _stepWaiting[i] = _pictureTime(i) == _stepFrom[i];
+bool LuPlayer::_advanceStep() {
+    const KvStepCache::Target direction =
+        _stepForward ? KvStepCache::Target::After : KvStepCache::Target::Before;
+    // The front moves one picture from the one it showed.
+    if (_stepWaiting[0]) {
+        _stepWaiting[0] =
+            _stepFrom[0] >= 0 && front->stepTo(direction, _stepFrom[0]) == KvStepResult::Waiting;
     }
-    if ((!_stepWaiting[0] && !_stepWaiting[1]) || _stepClock.elapsed() >= kStepGiveUpMs) {
+    // The rear then shows the instant the front shows, whatever it showed before (it may have
+    // been a picture ahead or behind when the pair was paused); alone, it moves one picture.
+    if (_stepWaiting[1] && !_stepWaiting[0]) {
+        const double frontTime = _stepFrom[0] >= 0 ? _pictureTime(0) : -1.0;
+        KvStepResult result = KvStepResult::None;
+        if (frontTime >= 0) {
+            result = rear->stepTo(KvStepCache::Target::At, frontTime);
+        } else if (_stepFrom[1] >= 0) {
+            result = rear->stepTo(direction, _stepFrom[1]);
+        }
+        _stepWaiting[1] = result == KvStepResult::Waiting;
+    }
+    return !_stepWaiting[0] && !_stepWaiting[1];
+}
+
+void LuPlayer::_retryStep() {
+    if (_advanceStep() || _stepClock.elapsed() >= kStepGiveUpMs) {
         _stepWaiting[0] = _stepWaiting[1] = false;
         _finishStep();
         return;
@@ -204,7 +214,9 @@ void LuPlayer::_cancelStep() {
 
 double LuPlayer::_pictureTime(int channel) const {
     if (view == nullptr) {
-        return -1.0;
+        // No view to ask: the core's own position, once it has shown a picture.
+        const KvFFPlayer* core = channel == 0 ? front : rear;
+        return core->hasShownPicture() ? core->current() : -1.0;
     }
     return (channel == 0 ? view->frontView : view->rearView)->getPictureTime();
 }

@@ -16,12 +16,13 @@ class QTimer;
 // share one presentation clock, led by the front, so the two pictures show the same instant
 // after starting, pausing, resuming, seeking and stepping. GUI thread only.
 //
-// stepPicture() steps both channels one picture while paused and reports with stepFinished()
-// once each channel shows its new picture. A step forward takes the next picture from the
-// channel's queue at once. A step back first refills the channel's cache from the key frame
-// before the shown picture on the decode thread; until the cache is full the core ignores the
-// step and tells nobody when it is full, so LuPlayer repeats the step on that channel once per
-// picture interval, until the picture has gone back or kStepGiveUpMs has passed.
+// stepPicture() steps the channels one picture while paused and reports with stepFinished()
+// once each shows its new picture: the front the picture after or before the one it showed,
+// the rear the picture of the instant the front then shows. A step forward is normally shown at
+// once from the pictures the cores keep decoded ahead. A step back that leaves those pictures
+// first has the core refill them from the key frame before, on its decode thread, which tells
+// nobody when it is done; LuPlayer asks again once per picture interval, until the channels
+// show their pictures or kStepGiveUpMs has passed.
 class LuPlayer : public QObject {
     Q_OBJECT
 public:
@@ -59,6 +60,8 @@ public:
     // stepFinished(): the picture it waited for is no longer wanted.
     bool stepPicture(bool forward);
     bool isStepping() const;
+    // Whether a channel of the current recording has shown a picture since it was started.
+    bool hasShownPicture() const;
     // The volume of the front channel; the rear's stays 0.
     void setVolume(float volume);
     float getVolume() const;
@@ -80,19 +83,22 @@ protected:
     LuVideoView* view = nullptr;
 
 private:
-    // The time of the picture the channel's view shows; -1 without a view or a picture.
+    // The time of the picture the channel shows; -1 when it shows none.
     double _pictureTime(int channel) const;
+    // Steps the channels that still wait, front first; true when none waits any more.
+    bool _advanceStep();
     void _retryStep();
     void _finishStep();
     void _cancelStep();
 
     // Shared by the two cores; outlives both (destroyed after them).
     KvSharedClock _clock;
-    // A step back that waits for a core's refill (GUI thread): the single-shot retry, the time
-    // since the step began, and per channel (front, rear) whether it still waits and the picture
-    // time it waits to leave.
+    // A step that waits for a core's refill (GUI thread): the single-shot retry, the time since
+    // the step began, its direction, and per channel (front, rear) whether it still waits and the
+    // time of the picture it showed when the step began (-1: none).
     QTimer* _stepRetry;
     QElapsedTimer _stepClock;
+    bool _stepForward = true;
     bool _stepWaiting[2] = {false, false};
     double _stepFrom[2] = {-1.0, -1.0};
 };

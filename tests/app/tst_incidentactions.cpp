@@ -1,7 +1,8 @@
 // KvIncidentActions over a real two-channel player and view on the generated card: stills of
 // both channels with the fix of the shown picture in their EXIF tags, a step reported with the
-// stepped picture's position, and recordings' tracks written to files, one track per recording
-// in time order.
+// stepped picture's position, steps that move one picture each way also when the direction
+// changes (the front's pixels checked against the ffmpeg tool's pictures of the clip), and
+// recordings' tracks written to files, one track per recording in time order.
 
 #include "KvDialogAnswers.h"
 #include "KvExifWriter.h"
@@ -9,6 +10,7 @@
 #include "KvGPSReader.h"
 #include "KvIncidentActions.h"
 #include "KvLanguage.h"
+#include "KvReferenceFrames.h"
 #include "KvVideoListWidget.h"
 #include "KvVideoView.h"
 #include "LuPlayer.h"
@@ -58,6 +60,7 @@ private slots:
     void stillsWithoutTrackKeepNoTags();
     void screenshotNeedsAnOpenRecording();
     void stepReportsTheSteppedPicture();
+    void directionChangeStepsOnePicture();
     void exportWritesTheTrack();
     void exportOfRecordingsWithoutTrack();
     void exportKeepsRecordingsApartInTimeOrder();
@@ -72,12 +75,18 @@ private:
     KvIncidentActions* _actions = nullptr;
     QList<QUrl> _openedUrls;
     QTemporaryDir _dir;
+    // The front clip of the played pair as the ffmpeg tool decodes it.
+    kvtest::KvReferenceFrames _frontFrames;
 };
 
 void TestIncidentActions::initTestCase() {
     QStandardPaths::setTestModeEnabled(true);
     QVERIFY(_dir.isValid());
     QDesktopServices::setUrlHandler(QStringLiteral("file"), this, "openUrl");
+    const QString error =
+        _frontFrames.load(CardPath + "/DCIM/F/2026_0315_101500_001F.MP4", 320, 180);
+    QVERIFY2(error.isEmpty(), qPrintable(error));
+    QVERIFY(_frontFrames.allDistinct());
 }
 
 void TestIncidentActions::init() {
@@ -183,6 +192,32 @@ void TestIncidentActions::stepReportsTheSteppedPicture() {
     _actions->stepPicture(true);
     QTest::qWait(100);
     QCOMPARE(stepped.count(), 2);
+}
+
+void TestIncidentActions::directionChangeStepsOnePicture() {
+    _playPairAndPause();
+    const auto frontPicture = [this] {
+        const std::unique_ptr<KvYUV420P> shown = _view->frontView->copyPicture();
+        return _frontFrames.indexOf(shown.get());
+    };
+    const int start = frontPicture();
+    QVERIFY(start > 2);
+    QSignalSpy stepped(_actions, &KvIncidentActions::pictureStepped);
+    // Back, back, forward, forward, back: each moves one picture, the rear with the front.
+    const bool forward[] = {false, false, true, true, false};
+    const int expected[] = {start - 1, start - 2, start - 1, start, start - 1};
+    for (int i = 0; i < 5; ++i) {
+        _actions->stepPicture(forward[i]);
+        QTRY_COMPARE(stepped.count(), i + 1);
+        const QString what =
+            QString("step %1: picture %2, expected %3").arg(i).arg(frontPicture()).arg(expected[i]);
+        QVERIFY2(frontPicture() == expected[i], qPrintable(what));
+        QVERIFY2(qAbs(stepped.at(i).at(0).toDouble() - expected[i] * FrameInterval) < TimeTolerance,
+                 qPrintable(what));
+        QVERIFY2(qAbs(_view->rearView->getPictureTime() - _view->frontView->getPictureTime()) <
+                     TimeTolerance,
+                 qPrintable(what));
+    }
 }
 
 void TestIncidentActions::exportWritesTheTrack() {

@@ -43,6 +43,7 @@ private slots:
     void cleanup();
     void stepButtonsOnlyWhilePaused();
     void tenStepsForwardAndBackMoveBothChannels();
+    void stepButtonsChangeDirectionOnePictureAtATime();
     void stillsCarryTheFixInTheirExif();
     void exportFromTheContextMenu();
 
@@ -157,6 +158,33 @@ void TestIncidentReview::tenStepsForwardAndBackMoveBothChannels() {
     QVERIFY2(
         qAbs(frontTime(_window) - rearTime(_window)) <= FrameInterval + TimeTolerance,
         qPrintable(QString("front %1, rear %2").arg(frontTime(_window)).arg(rearTime(_window))));
+}
+
+void TestIncidentReview::stepButtonsChangeDirectionOnePictureAtATime() {
+    _playPair();
+    QTest::keyClick(_window, Qt::Key_Space);
+    QTest::qWait(200);
+    const double front0 = frontTime(_window);
+    // Back, back, forward: one picture before the start, never three.
+    QPushButton* const buttons[] = {_window->stepBackButton(), _window->stepBackButton(),
+                                    _window->stepForwardButton(), _window->stepForwardButton()};
+    const int offsets[] = {-1, -2, -1, 0};
+    for (int i = 0; i < 4; ++i) {
+        QTest::mouseClick(buttons[i], Qt::LeftButton);
+        const double expected = front0 + offsets[i] * FrameInterval;
+        QTRY_VERIFY2(qAbs(frontTime(_window) - expected) < TimeTolerance,
+                     qPrintable(QString("step %1: front %2, expected %3")
+                                    .arg(i)
+                                    .arg(frontTime(_window))
+                                    .arg(expected)));
+        // Once the step has ended, both channels show the same instant.
+        QTRY_VERIFY(!_window->player()->isStepping());
+        QVERIFY2(qAbs(rearTime(_window) - frontTime(_window)) < TimeTolerance,
+                 qPrintable(QString("step %1: front %2, rear %3")
+                                .arg(i)
+                                .arg(frontTime(_window))
+                                .arg(rearTime(_window))));
+    }
 }
 
 void TestIncidentReview::stillsCarryTheFixInTheirExif() {

@@ -4,8 +4,8 @@
 // is tolerated, the rear is muted and sends nothing to the device, seeks land on the target
 // picture, and the two channels stay within one picture of each other through start, pause,
 // resume, seeks and single-picture steps. stepPicture() reports with stepFinished() once both
-// channels show their stepped picture (at once forwards, after the refill backwards, or when a
-// channel has given up after three seconds), and a later command ends a step that still waits.
+// channels show their stepped picture (at once forwards, after the refill backwards; a channel
+// without pictures is not waited for), and a later command ends a step that still waits.
 
 #include "KvTestMain.h"
 #include "LuPlayer.h"
@@ -55,7 +55,7 @@ private slots:
     void stepForwardReportsAtOnce();
     void stepRefusedWhilePlaying();
     void laterCommandEndsAWaitingStep();
-    void stepGivesUpOnAChannelWithoutPictures();
+    void stepDoesNotWaitForAChannelWithoutPictures();
 
 private:
     // Plays the 1080p/720p pair for a while and pauses it; both channels show a picture.
@@ -294,7 +294,8 @@ void TestLuPlayer::stepBackReportsWhenBothChannelsWentBack() {
     const QString what =
         QString("front %1 -> %2, rear %3 -> %4").arg(front0).arg(front).arg(rear0).arg(rear);
     QVERIFY2(qAbs(front - (front0 - kFrameInterval)) < kTimeTolerance, qPrintable(what));
-    QVERIFY2(rear < rear0 && rear >= rear0 - kFrameInterval - kTimeTolerance, qPrintable(what));
+    // The rear went back to the front's instant (it may have been a picture apart at the pause).
+    QVERIFY2(rear < rear0 && qAbs(rear - front) < kTimeTolerance, qPrintable(what));
     QCOMPARE(finished.at(0).at(0).toDouble(), front);
     QCOMPARE(finished.at(0).at(1).toDouble(), player->getFrontPlayer()->duration());
     QVERIFY(player->getFrontPlayer()->duration() > 5.9);
@@ -314,8 +315,9 @@ void TestLuPlayer::stepForwardReportsAtOnce() {
     QVERIFY(!player->isStepping());
     QVERIFY(qAbs(view->frontView->getPictureTime() - (front0 + kFrameInterval)) < kTimeTolerance);
     QCOMPARE(finished.at(0).at(0).toDouble(), view->frontView->getPictureTime());
-    QVERIFY(qAbs(view->rearView->getPictureTime() - view->frontView->getPictureTime()) <=
-            kFrameInterval + kTimeTolerance);
+    // The rear shows the front's instant.
+    QVERIFY(qAbs(view->rearView->getPictureTime() - view->frontView->getPictureTime()) <
+            kTimeTolerance);
 }
 
 void TestLuPlayer::stepRefusedWhilePlaying() {
@@ -351,7 +353,7 @@ void TestLuPlayer::laterCommandEndsAWaitingStep() {
     QCOMPARE(finished.count(), 0);
 }
 
-void TestLuPlayer::stepGivesUpOnAChannelWithoutPictures() {
+void TestLuPlayer::stepDoesNotWaitForAChannelWithoutPictures() {
     QCOMPARE(player->startPlay(pairOf(pairClip("front-1080p.mp4"), pairClip("rear-novideo.mp4"))),
              0);
     QCOMPARE(view->getPlayerCount(), 2);
@@ -364,14 +366,16 @@ void TestLuPlayer::stepGivesUpOnAChannelWithoutPictures() {
     QElapsedTimer waited;
     waited.start();
     QVERIFY(player->stepPicture(false));
-    // The rear never shows a picture to leave; the front steps back meanwhile.
+    // The rear has no picture to step from: the step ends when the front has stepped back.
     QTRY_VERIFY_WITH_TIMEOUT(finished.count() == 1, 6000);
     const qint64 elapsed = waited.elapsed();
-    QVERIFY2(elapsed >= LuPlayer::kStepGiveUpMs - 50 && elapsed < LuPlayer::kStepGiveUpMs + 1500,
-             qPrintable(QString("reported after %1 ms").arg(elapsed)));
     QVERIFY(qAbs(view->frontView->getPictureTime() - (front0 - kFrameInterval)) < kTimeTolerance);
     QCOMPARE(view->rearView->getPictureTime(), -1.0);
     QVERIFY(!player->isStepping());
+    if (kTimingAsserted) {
+        QVERIFY2(elapsed < LuPlayer::kStepGiveUpMs,
+                 qPrintable(QString("reported after %1 ms").arg(elapsed)));
+    }
 }
 
 KV_TEST_MAIN(TestLuPlayer)
