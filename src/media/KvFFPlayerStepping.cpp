@@ -45,9 +45,7 @@ KvStepResult KvFFPlayer::stepTo(KvStepCache::Target target, double time) {
             return KvStepResult::Shown; // a rear a picture ahead of its front at the pause
         }
         if (_stepRefilledFor == time) {
-            // Refilled from before time already: once pictures came, none lies before it.
-            return videoQueue->size() == 0 && !complete ? KvStepResult::Waiting
-                                                        : KvStepResult::None;
+            return KvStepResult::None; // refilled from before time already: the file starts here
         }
         _refillAround(time);
         return KvStepResult::Waiting;
