@@ -73,7 +73,7 @@ const QStringList& KvLanguage::usedKeys() {
         "open_in_explore",
         // copying and deleting recordings from the playlist
         "copy_to_folder", "delete_files", "delete", "delete_confirm", "copy_summary",
-        "delete_summary",
+        "delete_summary", "copy_location",
         // incident review: track export and single-picture steps
         "export_gps_track", "export_no_track", "export_failed", "export_done", "step_back",
         "step_forward"};

@@ -4,9 +4,12 @@
 #include "KvDeleteFileDialog.h"
 #include "KvLanguage.h"
 
+#include <QDateTime>
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
 #include <QSet>
+#include <QStorageInfo>
 
 #include <algorithm>
 
@@ -25,6 +28,59 @@ QVector<QString> KvFileBatch::copyDestinations(const QVector<QString>& src, cons
         dst.append(target);
     }
     return dst;
+}
+
+QString KvFileBatch::cardRoot(const QString& clip) {
+    const QFileInfo info(clip);
+    const QDir own = info.absoluteDir();
+    // Not above the volume: a folder holding "DCIM" up there is not this card's.
+    const QString volume = QStorageInfo(own.absolutePath()).rootPath();
+    QDir dir = own;
+    for (int level = 0; level < MaxCardDepth; ++level) {
+        if (!dir.cdUp()) {
+            break;
+        }
+        const QString path = dir.absolutePath();
+        if (dir.exists(QStringLiteral("DCIM")) || dir.exists(QStringLiteral("FRONT"))) {
+            return path;
+        }
+        if (path == volume || dir.isRoot()) {
+            break;
+        }
+    }
+    QDir above = own;
+    return above.cdUp() ? above.absolutePath() : own.absolutePath();
+}
+
+QVector<QString> KvFileBatch::cardLayoutDestinations(const QVector<QString>& src,
+                                                     const QString& folder) {
+    QVector<QString> dst;
+    QSet<QString> taken;
+    const QDir target(QDir(folder).absolutePath());
+    for (const QString& path : src) {
+        const QString root = cardRoot(path);
+        const QString relative = QDir(root).relativeFilePath(QFileInfo(path).absoluteFilePath());
+        QString destination = target.filePath(relative);
+        if (taken.contains(destination)) {
+            destination = target.filePath(QDir(root).dirName() + QLatin1Char('/') + relative);
+        }
+        taken.insert(destination);
+        dst.append(destination);
+    }
+    return dst;
+}
+
+bool KvFileBatch::makeDestinationFolders(const QVector<QString>& dst) {
+    bool ok = true;
+    QSet<QString> made;
+    for (const QString& path : dst) {
+        const QString folder = QFileInfo(path).absolutePath();
+        if (!made.contains(folder)) {
+            made.insert(folder);
+            ok = QDir().mkpath(folder) && ok;
+        }
+    }
+    return ok;
 }
 
 KvFileBatch KvFileBatch::runCopy(QWidget* parent, const QVector<QString>& src,
@@ -81,6 +137,30 @@ void KvFileBatch::finish() {
         }
         ++(ok ? _done : _failed);
     }
+}
+
+int KvFileBatch::keepModificationTimes() const {
+    if (_operation != Copy) {
+        return 0;
+    }
+    int kept = 0;
+    for (int i = 0; i < _src.size(); ++i) {
+        if (!_srcExisted.at(i) || _dstExisted.at(i)) {
+            continue;
+        }
+        const QFileInfo source(_src.at(i));
+        const QFileInfo target(_dst.at(i));
+        if (!target.isFile() || target.size() != _srcSize.at(i)) {
+            continue;
+        }
+        // The time is set through an open file (futimens); reading is all it needs.
+        QFile copy(_dst.at(i));
+        if (copy.open(QIODevice::ReadOnly) &&
+            copy.setFileTime(source.lastModified(), QFileDevice::FileModificationTime)) {
+            ++kept;
+        }
+    }
+    return kept;
 }
 
 QString KvFileBatch::summary() const {

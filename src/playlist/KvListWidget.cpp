@@ -5,7 +5,9 @@
 
 #include <QContextMenuEvent>
 #include <QCursor>
+#include <QElapsedTimer>
 #include <QScrollBar>
+#include <QTimer>
 
 #include <algorithm>
 
@@ -18,8 +20,15 @@ const char* const ListStyle =
     "                 QListView::item:selected:active {background:#eeeeee;}";
 } // namespace
 
-KvListWidget::KvListWidget(QWidget* parent) : QListWidget(parent), _loader(nullptr) {
+KvListWidget::KvListWidget(QWidget* parent)
+    : QListWidget(parent), _loader(nullptr), _commitTimer(new QTimer(this)) {
     setStyleSheet(QLatin1String(ListStyle));
+    _commitTimer->setSingleShot(true);
+    _commitTimer->setInterval(StagedShowMs);
+    connect(_commitTimer, &QTimer::timeout, this, &KvListWidget::commitStaged);
+    // Every row is as high as the next (and as wide, the list's width when it was added): the view
+    // then lays out thousands of rows without asking each for its size.
+    setUniformItemSizes(true);
     connect(model(), &QAbstractItemModel::rowsAboutToBeRemoved, this,
             &KvListWidget::_onRowsAboutToBeRemoved);
     connect(model(), &QAbstractItemModel::modelAboutToBeReset, this,
@@ -28,33 +37,79 @@ KvListWidget::KvListWidget(QWidget* parent) : QListWidget(parent), _loader(nullp
 
 KvListWidget::~KvListWidget() {
     cancelLoader();
+    for (const Staged& staged : _staged) {
+        delete staged.placeholder;
+    }
+    _staged.clear();
     // The model empties itself while the base class is destroyed, after the index is gone.
     disconnect(model(), nullptr, this, nullptr);
 }
 
 KvVideoItemWidget* KvListWidget::addItemFast(const KvVideoInfo& info) {
+    commitStaged();
     auto* item = new QListWidgetItem();
     item->setSizeHint(_rowSizeHint());
-    auto* widget = new KvVideoItemWidget(this);
+    auto* widget = new KvVideoItemWidget(viewport());
     widget->setVideoInfo(info);
     widget->updateByVideoInfo(info);
+    widget->hide();
     addItem(item);
-    setItemWidget(item, widget);
+    _attach(item, widget);
     _index.insert(item, info);
 
-    if (!_loader) {
-        _loader = new KvVideoInfoLoadThread(this);
-        connect(_loader, &KvVideoInfoLoadThread::videoInfoLoaded, this,
-                &KvListWidget::_onVideoInfoLoaded, Qt::QueuedConnection);
-        connect(_loader, &QThread::finished, this, &KvListWidget::_onLoaderFinished);
-    }
+    _ensureLoader();
     _loader->addItemWidget(widget);
     _startLoader();
     return widget;
 }
 
+void KvListWidget::stageItem(const KvVideoInfo& info) {
+    auto* widget = new KvVideoItemWidget(viewport());
+    widget->hide();
+    widget->setVideoInfo(info);
+    widget->updateByVideoInfo(info);
+    // Styled now, inside the caller's time slice, rather than by a polish request that the event
+    // loop would handle for every new row at once.
+    widget->ensurePolished();
+    auto* placeholder = new QListWidgetItem();
+    _index.insert(placeholder, info);
+    _staged.append(Staged{placeholder, widget, info});
+    if (!_commitTimer->isActive()) {
+        _commitTimer->start();
+    }
+}
+
+void KvListWidget::commitStaged() {
+    _commitTimer->stop();
+    if (_staged.isEmpty()) {
+        return;
+    }
+    const QList<Staged> staged = std::move(_staged);
+    _staged.clear();
+    const int first = count();
+    // One insertion, one rowsInserted: the view lays out once for the whole batch.
+    insertItems(first, QVector<QString>(staged.size()).toList());
+    const QSize hint = _rowSizeHint();
+    _ensureLoader();
+    for (int i = 0; i < staged.size(); ++i) {
+        const Staged& row = staged.at(i);
+        QListWidgetItem* item = this->item(first + i);
+        item->setSizeHint(hint);
+        _attach(item, row.widget);
+        _index.remove(row.placeholder);
+        delete row.placeholder;
+        _index.insert(item, row.info);
+        _loader->addItemWidget(row.widget);
+    }
+    _startLoader();
+}
+
 QWidget* KvListWidget::widgetAt(int row) {
-    return itemWidget(item(row));
+    return rowWidget(item(row));
+}
+
+KvVideoItemWidget* KvListWidget::rowWidget(QListWidgetItem* item) const {
+    return item ? _widgets.value(item, nullptr) : nullptr;
 }
 
 QModelIndex KvListWidget::itemIndex(QListWidgetItem* item) {
@@ -95,6 +150,7 @@ int KvListWidget::firstRow(const QList<QListWidgetItem*>& rows, int from) const 
 }
 
 void KvListWidget::cancelLoader() {
+    _loaded.clear();
     if (!_loader) {
         return;
     }
@@ -117,17 +173,33 @@ void KvListWidget::contextMenuEvent(QContextMenuEvent* /*event*/) {
 
 void KvListWidget::_onVideoInfoLoaded() {
     // The loader may be gone (cancelled) by the time its notice arrives.
-    if (!_loader) {
-        return;
+    if (_loader) {
+        _loaded.append(_loader->takeLoaded());
     }
-    for (const KvVideoInfoLoadThread::Job& job : _loader->takeLoaded()) {
-        // The row may have been removed while its clips were being read.
-        if (!job.widget) {
+    // Clips that cannot be read (gone, or not clips at all) come back by the hundred: their rows
+    // are shown a slice at a time, like the rows themselves (KvRowFeeder).
+    QElapsedTimer clock;
+    clock.start();
+    while (!_loaded.isEmpty() && clock.elapsed() < LoadedSliceMs) {
+        const KvVideoInfoLoadThread::Job job = _loaded.takeFirst();
+        // The row may have been removed while its clips were being read; its widget then goes
+        // later, or has gone.
+        if (!job.widget || !_attached.contains(job.widget.data())) {
             continue;
         }
         job.widget->videoInfo() = job.info;
         job.widget->updateByVideoInfo(job.info, job.thumb);
         emit onItemUpdated(job.widget.data());
+    }
+    if (!_loaded.isEmpty() && !_loadedPosted) {
+        _loadedPosted = true;
+        QMetaObject::invokeMethod(
+            this,
+            [this] {
+                _loadedPosted = false;
+                _onVideoInfoLoaded();
+            },
+            Qt::QueuedConnection);
     }
 }
 
@@ -141,16 +213,128 @@ void KvListWidget::_onLoaderFinished() {
 
 void KvListWidget::_onRowsAboutToBeRemoved(const QModelIndex& /*parent*/, int first, int last) {
     for (int r = first; r <= last; ++r) {
-        _index.remove(item(r));
+        QListWidgetItem* gone = item(r);
+        _index.remove(gone);
+        _release(_widgets.take(gone));
     }
+    // The rows below move up once they are gone.
+    _schedulePlacement();
 }
 
 void KvListWidget::_onModelAboutToBeReset() {
     _index.clear();
+    // Rows on their way in go with the others.
+    _commitTimer->stop();
+    for (const Staged& staged : qAsConst(_staged)) {
+        delete staged.placeholder;
+        _release(staged.widget);
+    }
+    _staged.clear();
+    for (KvVideoItemWidget* widget : qAsConst(_widgets)) {
+        _release(widget);
+    }
+    _widgets.clear();
+    _attached.clear();
+    _placed.clear();
+}
+
+void KvListWidget::showEvent(QShowEvent* event) {
+    QListWidget::showEvent(event);
+    // Rows added while the list was hidden get their widgets placed now.
+    _schedulePlacement();
+}
+
+void KvListWidget::updateGeometries() {
+    QListWidget::updateGeometries();
+    _placeRowWidgets();
+}
+
+void KvListWidget::scrollContentsBy(int dx, int dy) {
+    QListWidget::scrollContentsBy(dx, dy);
+    _placeRowWidgets();
+}
+
+void KvListWidget::_attach(QListWidgetItem* item, KvVideoItemWidget* widget) {
+    _widgets.insert(item, widget);
+    _attached.insert(widget);
+    // Placed (and shown) once the view has laid the row out and it is on screen.
+    _schedulePlacement();
+}
+
+void KvListWidget::_schedulePlacement() {
+    if (!_placePosted) {
+        _placePosted = true;
+        QMetaObject::invokeMethod(
+            this,
+            [this] {
+                _placePosted = false;
+                _placeRowWidgets();
+            },
+            Qt::QueuedConnection);
+    }
+}
+
+void KvListWidget::_release(KvVideoItemWidget* widget) {
+    if (!widget) {
+        return;
+    }
+    _placed.remove(widget);
+    _attached.remove(widget);
+    widget->hide();
+    // As the view does with a row's widget: it may be in the middle of handling an event.
+    widget->deleteLater();
+}
+
+void KvListWidget::_placeRowWidgets() {
+    // Only the rows on screen have their widget shown and placed: with one widget per row,
+    // placing every one on each layout or scroll step would cost the GUI thread a moment per
+    // thousand rows. The widgets of the other rows stay hidden where they are.
+    QSet<KvVideoItemWidget*> placed;
+    const int rows = count();
+    if (rows > 0 && isVisible()) {
+        const QRect area = viewport()->rect();
+        QModelIndex top = indexAt(area.topLeft());
+        int first = top.isValid() ? top.row() : 0;
+        QModelIndex bottom = indexAt(QPoint(area.left(), area.bottom()));
+        int last = bottom.isValid() ? bottom.row() : rows - 1;
+        QStyleOptionViewItem option = viewOptions();
+        for (int r = first; r <= last && r < rows; ++r) {
+            QListWidgetItem* row = item(r);
+            KvVideoItemWidget* widget = _widgets.value(row, nullptr);
+            if (!widget) {
+                continue;
+            }
+            const QModelIndex index = indexFromItem(row);
+            option.rect = visualRect(index);
+            if (!option.rect.intersects(area)) {
+                continue;
+            }
+            // Where the view puts a row's widget (QAbstractItemView::updateEditorGeometries).
+            itemDelegate(index)->updateEditorGeometry(widget, option, index);
+            widget->show();
+            placed.insert(widget);
+        }
+    }
+    for (KvVideoItemWidget* widget : qAsConst(_placed)) {
+        if (!placed.contains(widget)) {
+            widget->hide();
+        }
+    }
+    _placed = placed;
 }
 
 QSize KvListWidget::_rowSizeHint() const {
     return QSize(width() - verticalScrollBar()->width(), KvVideoItemWidget::RowHeight);
+}
+
+void KvListWidget::_ensureLoader() {
+    if (_loader) {
+        return;
+    }
+    _loader = new KvVideoInfoLoadThread(this);
+    connect(_loader, &KvVideoInfoLoadThread::videoInfoLoaded, this,
+            &KvListWidget::_onVideoInfoLoaded, Qt::QueuedConnection);
+    connect(_loader, &QThread::finished, this, &KvListWidget::_onLoaderFinished);
 }
 
 void KvListWidget::_startLoader() {

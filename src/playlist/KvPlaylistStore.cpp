@@ -15,17 +15,29 @@ QString KvPlaylistStore::folder() const {
 }
 
 QList<KvVideoInfo> KvPlaylistStore::load() const {
+    QList<KvVideoInfo> entries;
+    for (const QString& file : entryFiles()) {
+        entries.append(read(file));
+    }
+    return entries;
+}
+
+QStringList KvPlaylistStore::entryFiles() const {
     const QString root = _root();
     const QFileInfoList files =
         QDir(root).entryInfoList(QDir::Files | QDir::NoSymLinks | QDir::Hidden, QDir::Unsorted);
     qCDebug(kvPlaylist, "%s", qUtf8Printable(root));
-    QList<KvVideoInfo> entries;
+    QStringList paths;
     for (const QFileInfo& file : files) {
         if (file.fileName().endsWith(QLatin1String(".xml"))) {
-            entries.append(KvVideoInfo::readFromFile(file.absoluteFilePath()));
+            paths.append(file.absoluteFilePath());
         }
     }
-    return entries;
+    return paths;
+}
+
+KvVideoInfo KvPlaylistStore::read(const QString& entryFile) {
+    return KvVideoInfo::readFromFile(entryFile);
 }
 
 QString KvPlaylistStore::entryFilePath(const KvVideoInfo& info) const {

@@ -4,6 +4,7 @@
 
 #include <QList>
 #include <QString>
+#include <QStringList>
 
 // The playlist's entry files: one XML file per entry in the playlist folder, so the list
 // survives restarts. The store holds no entries itself; it names, reads, writes and deletes the
@@ -22,6 +23,11 @@ public:
     // links) read as an entry, in the order the file system lists them, not the order they were
     // added. A file that cannot be read gives an entry without clips; it is kept, not filtered.
     QList<KvVideoInfo> load() const;
+    // The same files, not yet read, in the same order: what load() reads, for a caller that
+    // reads them a few at a time (the list at start-up, KvRowFeeder).
+    QStringList entryFiles() const;
+    // One entry file as load() reads it.
+    static KvVideoInfo read(const QString& entryFile);
     // The file an entry is saved as: named by its identifier.
     QString entryFilePath(const KvVideoInfo& info) const;
     // The file the "remove" actions delete: named by the entry's name, not its identifier. For

@@ -2,17 +2,20 @@
 
 #include "KvAlertDialog.h"
 #include "KvCameraPairing.h"
+#include "KvEntryWriter.h"
 #include "KvFileBatch.h"
 #include "KvFolderWalk.h"
 #include "KvLanguage.h"
 #include "KvListWidget.h"
 #include "KvPlaylistStore.h"
+#include "KvRowFeeder.h"
 #include "KvVideoItemWidget.h"
 
 #include <QAction>
 #include <QCursor>
 #include <QDesktopServices>
 #include <QFileDialog>
+#include <QFontMetrics>
 #include <QMenu>
 #include <QMessageBox>
 #include <QPushButton>
@@ -29,10 +32,15 @@ const char* const PopMenuStyle =
 
 // How long the summary of a copy or delete stays up.
 constexpr int SummaryShownMs = 6000;
+// The width a line of the summary may take in its alert (KvAlertDialog: 320 pixels wide).
+constexpr int SummaryTextWidth = 300;
 } // namespace
 
 KvVideoListWidget::KvVideoListWidget(QWidget* parent)
-    : QWidget(parent), _list(new KvListWidget(this)), _contextItem(nullptr), _popMenu(nullptr),
+    : QWidget(parent), _list(new KvListWidget(this)),
+      _playListFeeder(new KvRowFeeder(
+          [this](const QString& file) { addFile(KvPlaylistStore::read(file), false); }, this)),
+      _contextItem(nullptr), _popMenu(nullptr),
       _openInExploreAction(new QAction(KvLanguage::kvtr("open_in_explore"), this)),
       _removeAction(new QAction(KvLanguage::kvtr("remove"), this)),
       _removeInvalidFilesAction(new QAction(KvLanguage::kvtr("remove_invalid_files"), this)),
@@ -48,12 +56,29 @@ KvVideoListWidget::KvVideoListWidget(QWidget* parent)
             &KvVideoListWidget::onDoubleClickListWidgetItem);
     connect(_list, &KvListWidget::onContentMenuEvent, this,
             &KvVideoListWidget::onListWidgetContentMenuEvent);
+    _writer = new KvEntryWriter(_store, this);
+    connect(_writer, &KvEntryWriter::written, this, &KvVideoListWidget::entrySaved,
+            Qt::QueuedConnection);
+    _playListFeeder->setBatchHooks([this] { beginBatch(); },
+                                   [this](bool more) { endBatch(!more); });
+    connect(_playListFeeder, &KvRowFeeder::drained, this, &KvVideoListWidget::playListLoaded);
     loadPlayList();
 }
 
 void KvVideoListWidget::loadPlayList() {
-    // An unreadable file gives an entry without clips; it is shown as a row on purpose.
-    addFiles(_store.load(), false);
+    // An unreadable file gives an entry without clips; it is shown as a row on purpose. A row the
+    // user adds meanwhile comes before the saved entries still waiting; a saved entry equal to it
+    // is then left out as any duplicate is.
+    _playListFeeder->clear();
+    _playListFeeder->push(_store.entryFiles());
+}
+
+bool KvVideoListWidget::isLoadingPlayList() const {
+    return !_playListFeeder->isIdle();
+}
+
+void KvVideoListWidget::finishLoadingPlayList() {
+    _playListFeeder->drainAll();
 }
 
 bool KvVideoListWidget::isSupportsFile(const QString& path) {
@@ -107,29 +132,69 @@ void KvVideoListWidget::addFile(const KvVideoInfo& info, bool save) {
     if (!_list->entryIndex().sameRecording(info).isEmpty()) {
         return;
     }
-    _list->addItemFast(info);
+    if (_batchDepth > 0) {
+        _list->stageItem(info);
+    } else {
+        _list->addItemFast(info);
+    }
     if (save) {
         // A failed write is not reported: the row is there for this session either way.
-        _store.write(info);
+        if (_batchDepth > 0 && _saveInBackground) {
+            _writer->enqueue(info);
+        } else {
+            _store.write(info);
+        }
+    }
+}
+
+void KvVideoListWidget::beginBatch(bool saveInBackground) {
+    if (_batchDepth++ == 0) {
+        _saveInBackground = saveInBackground;
+    }
+}
+
+bool KvVideoListWidget::canSaveMore() const {
+    return _writer->canTakeMore();
+}
+
+int KvVideoListWidget::savesPending() const {
+    return _writer->backlog();
+}
+
+void KvVideoListWidget::showWaitingRows() {
+    if (_batchDepth == 0) {
+        _list->commitStaged();
+    }
+}
+
+void KvVideoListWidget::endBatch(bool showNow) {
+    if (_batchDepth > 0 && --_batchDepth == 0 && showNow) {
+        _list->commitStaged();
     }
 }
 
 void KvVideoListWidget::addFiles(const QList<KvVideoInfo>& infos, bool save) {
+    beginBatch();
     for (const KvVideoInfo& info : infos) {
         addFile(info, save);
     }
+    endBatch();
 }
 
 void KvVideoListWidget::addFiles(const QStringList& paths, bool save) {
+    beginBatch();
     for (const QString& path : paths) {
         addFile(path, save);
     }
+    endBatch();
 }
 
 void KvVideoListWidget::addFiles(const QList<QUrl>& urls, bool save) {
+    beginBatch();
     for (const QUrl& url : urls) {
         addFile(url, save);
     }
+    endBatch();
 }
 
 void KvVideoListWidget::addDir(const QString& path, bool save) {
@@ -142,11 +207,13 @@ void KvVideoListWidget::addDir(const QDir& dir, bool save) {
     }
     const QFileInfoList entries =
         dir.entryInfoList(QDir::Files | QDir::NoSymLinks | QDir::Hidden, QDir::Unsorted);
+    beginBatch();
     for (const QFileInfo& entry : entries) {
         if (KvCameraPairing::isScannedFile(entry.fileName())) {
             addFile(entry.absoluteFilePath(), save);
         }
     }
+    endBatch();
 }
 
 void KvVideoListWidget::addDrive(const QDir& dir, bool save) {
@@ -154,13 +221,12 @@ void KvVideoListWidget::addDrive(const QDir& dir, bool save) {
 }
 
 void KvVideoListWidget::addDirDepth(const QDir& dir, bool save, bool* cancel) {
-    // The flag is looked at once, on entry to the top folder: this walk blocks the GUI thread, so
-    // nothing could set it meanwhile.
-    if (cancel && *cancel) {
-        return;
-    }
     KvFolderWalk walk([this, save](const QString& path) { addFile(path, save); });
+    // Beyond Part 5.2, which looked at the flag on entry to the top folder only.
+    walk.setCancelTest([cancel] { return cancel && *cancel; });
+    beginBatch();
     walk.walk(dir);
+    endBatch();
 }
 
 void KvVideoListWidget::reloadLanguage() {
@@ -266,7 +332,7 @@ void KvVideoListWidget::_openInExplore() {
     if (!_contextItem) {
         return;
     }
-    auto* widget = qobject_cast<KvVideoItemWidget*>(_list->itemWidget(_contextItem));
+    auto* widget = _list->rowWidget(_contextItem);
     if (!widget || widget->videoInfo().videos.isEmpty()) {
         return;
     }
@@ -279,7 +345,9 @@ void KvVideoListWidget::_removeContextEntry() {
     if (!_contextItem) {
         return;
     }
-    auto* widget = qobject_cast<KvVideoItemWidget*>(_list->itemWidget(_contextItem));
+    // Entry files still being written in the background are on the disk before any goes.
+    _writer->flush();
+    auto* widget = _list->rowWidget(_contextItem);
     if (!widget) {
         return;
     }
@@ -290,6 +358,10 @@ void KvVideoListWidget::_removeContextEntry() {
 }
 
 void KvVideoListWidget::_removeInvalidFiles() {
+    // The saved entries still waiting are looked at too.
+    finishLoadingPlayList();
+    showWaitingRows();
+    _writer->flush();
     QList<KvVideoInfo> kept;
     for (int row = 0; row < _list->count(); ++row) {
         const KvVideoInfo info = _entryAt(row);
@@ -307,6 +379,9 @@ void KvVideoListWidget::_removeInvalidFiles() {
 }
 
 void KvVideoListWidget::_clearPlaylist() {
+    _playListFeeder->clear();
+    // Nothing written in the background may bring an entry back.
+    _writer->dropPending();
     _store.clear();
     _list->cancelLoader();
     _contextItem = nullptr;
@@ -353,9 +428,42 @@ void KvVideoListWidget::_copyContextEntries() {
     if (chooser.exec() != QDialog::Accepted || chooser.selectedFiles().isEmpty()) {
         return;
     }
-    const QString folder = chooser.selectedFiles().first();
-    KvFileBatch batch = KvFileBatch::runCopy(this, src, KvFileBatch::copyDestinations(src, folder));
-    _showBatchSummary(batch.summary());
+    const QString folder = QDir(chooser.selectedFiles().first()).absolutePath();
+    // The copies keep their card's layout (DCIM/F, DCIM/R, ...) and their times, so the folder
+    // opens and pairs as the card does. Beyond Part 6.2's dialog, which copies as told.
+    const QVector<QString> dst = KvFileBatch::cardLayoutDestinations(src, folder);
+    KvFileBatch::makeDestinationFolders(dst);
+    KvFileBatch batch = KvFileBatch::runCopy(this, src, dst);
+    batch.keepModificationTimes();
+    _showBatchSummary(batch.summary() + QLatin1Char('\n') +
+                      copyLocationText(folder, fontMetrics(), SummaryTextWidth));
+}
+
+QString KvVideoListWidget::copyLocationText(const QString& folder, const QFontMetrics& metrics,
+                                            int width) {
+    const QString path = QDir::toNativeSeparators(folder);
+    QString text = KvLanguage::kvtr(QStringLiteral("copy_location"));
+    if (!text.contains(QLatin1String("%1"))) {
+        // No language installed: the key and the folder.
+        text = QStringLiteral("%1: %2").arg(text, path);
+        return text;
+    }
+    // The folder elided in its middle, if it must be, so that its beginning and its own name
+    // show: the name whole when it fits on its own.
+    const int room = std::max(width - metrics.horizontalAdvance(text.arg(QString())), 0);
+    if (metrics.horizontalAdvance(path) <= room) {
+        return text.arg(path);
+    }
+    const QString separator = QDir::toNativeSeparators(QStringLiteral("/"));
+    const int cut = path.lastIndexOf(separator);
+    const QString name = path.mid(cut);
+    const int nameWidth = metrics.horizontalAdvance(name);
+    const QString head = path.left(cut);
+    // The beginning keeps at least a quarter of the room, or the whole path is elided evenly.
+    if (cut > 0 && nameWidth <= room * 3 / 4) {
+        return text.arg(metrics.elidedText(head, Qt::ElideRight, room - nameWidth) + name);
+    }
+    return text.arg(metrics.elidedText(path, Qt::ElideMiddle, room));
 }
 
 void KvVideoListWidget::_deleteContextEntries() {
@@ -378,6 +486,7 @@ void KvVideoListWidget::_deleteContextEntries() {
     }
     // Whoever plays one of these recordings stops it before its files go.
     emit onBeforeDeleteFiles(entries);
+    _writer->flush();
     KvFileBatch batch = KvFileBatch::runDelete(this, files);
     _removeDeletedEntries(entries);
     _showBatchSummary(batch.summary());

@@ -12,8 +12,11 @@
 #include <QWidget>
 
 class KvAlertDialog;
+class KvEntryWriter;
 class KvListWidget;
+class KvRowFeeder;
 class QAction;
+class QFontMetrics;
 class QListWidgetItem;
 class QMenu;
 
@@ -27,7 +30,30 @@ class KvVideoListWidget : public QWidget {
 public:
     explicit KvVideoListWidget(QWidget* parent = nullptr);
 
+    // Fills the list from the playlist folder: the entry files are listed at once and read and
+    // added a few at a time, one slice per turn of the event loop (KvRowFeeder), so a window with
+    // thousands of saved entries shows at once and its rows follow; their details follow the
+    // rows (the loader). Beyond Part 5.2, on purpose.
     void loadPlayList();
+    // Rows added between beginBatch() and the matching endBatch() go into the list together at
+    // the end (KvListWidget::stageItem): the duplicate rule and the entry files work as for
+    // single adds, only the rows show at the end. Batches nest. With showNow false the rows may
+    // wait for the next batch, KvListWidget::StagedShowMs at most, so that a run of short batches
+    // (one per turn of the event loop) lays out and repaints the list a few times a second
+    // rather than on every turn.
+    // With saveInBackground, the entry files of the batch's rows are written on a thread of
+    // their own (KvEntryWriter) instead of before each row shows; a caller adding rows by the
+    // thousand adds them only while canSaveMore(), and savesPending() tells when all are saved.
+    void beginBatch(bool saveInBackground = false);
+    void endBatch(bool showNow = true);
+    bool canSaveMore() const;
+    int savesPending() const;
+    // Shows at once the rows a batch left waiting (endBatch with showNow false).
+    void showWaitingRows();
+    // True while saved entries are still waiting to be added.
+    bool isLoadingPlayList() const;
+    // Adds every saved entry still waiting, now.
+    void finishLoadingPlayList();
 
     // The pairing rules, as KvCameraPairing gives them.
     static bool isSupportsFile(const QString& path);
@@ -48,8 +74,10 @@ public:
     void addDir(const QString& path, bool save);
     void addDir(const QDir& dir, bool save);
     void addDrive(const QDir& dir, bool save);
-    // A whole folder tree, on the calling thread. cancel is looked at only on entry to the top
-    // folder.
+    // A whole folder tree, on the calling thread, staying on the folder's file system
+    // (KvFolderWalk); the rows show when the walk ends. cancel is looked at before every entry,
+    // at any depth (a callback of the caller's may set it). The scan dialog (KvAddFileDialog)
+    // walks on a worker thread instead and keeps the window responsive.
     void addDirDepth(const QDir& dir, bool save, bool* cancel);
 
     void reloadLanguage();
@@ -75,6 +103,9 @@ public:
     KvAlertDialog* summaryAlert() const;
     // The entry file an entry is saved as: named by its identifier (KvPlaylistStore).
     static QString entryFilePath(const KvVideoInfo& info);
+    // The summary's line that says where "copy_to_folder" put the copies: the translated
+    // "copy_location" with the folder, elided in its middle to fit width pixels if it must be.
+    static QString copyLocationText(const QString& folder, const QFontMetrics& metrics, int width);
 
 signals:
     void onAddVideoInfo(const KvVideoInfo& info);
@@ -87,6 +118,10 @@ signals:
     void onFileBatchFinished(const QString& summary);
     // The user asked to export these entries' GPS tracks (the context row, or the selection).
     void onExportTrackRequested(const QList<KvVideoInfo>& entries);
+    // The last saved entry of loadPlayList() is in the list.
+    void playListLoaded();
+    // An entry file written in the background is on the disk (savesPending is one less).
+    void entrySaved();
 
 public slots:
     void onDoubleClickListWidgetItem(const QModelIndex& index);
@@ -120,7 +155,11 @@ private:
     static QVector<QString> _clipPaths(const QList<KvVideoInfo>& entries);
 
     KvListWidget* _list;
-    KvPlaylistStore _store; // the user's playlist folder
+    KvRowFeeder* _playListFeeder; // child; the saved entry files still to read and add
+    KvPlaylistStore _store;       // the user's playlist folder
+    int _batchDepth = 0;
+    bool _saveInBackground = false; // for the batch open now
+    KvEntryWriter* _writer;         // child
     KvVideoInfo _current;
     QListWidgetItem* _contextItem;
     QMenu* _popMenu;

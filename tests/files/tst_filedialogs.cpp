@@ -47,6 +47,10 @@ private slots:
     void deleteInReadOnlyFolderLogsAndGoesOn();
     void closingWaitsForTheBatch();
     void copyDestinationsKeepNamesApart();
+    void cardRootIsTheFolderHoldingDcim();
+    void cardLayoutDestinationsKeepTheCardsFolders();
+    void destinationFoldersAreMadeAtAnyDepth();
+    void copiesKeepTheirModificationTimes();
     void summaryLine();
 
 private:
@@ -423,6 +427,72 @@ void TestFileDialogs::copyDestinationsKeepNamesApart() {
     const QVector<QString> dst = KvFileBatch::copyDestinations(src, _path("out"));
     QCOMPARE(dst, (QVector<QString>{_path("out/FILE0001.MP4"), _path("out/R/FILE0001.MP4"),
                                     _path("out/a F.MP4")}));
+}
+
+void TestFileDialogs::cardRootIsTheFolderHoldingDcim() {
+    for (const char* folder : {"card/DCIM/F", "card/DCIM/R", "card/DCIM/Movie/F", "front/FRONT",
+                               "plain/F", "plain/R", "loose"}) {
+        QVERIFY(QDir().mkpath(_path(folder)));
+    }
+    // A card: the folder holding DCIM (or FRONT), however deep the clip lies below it.
+    QCOMPARE(KvFileBatch::cardRoot(_path("card/DCIM/F/a.MP4")), _path("card"));
+    QCOMPARE(KvFileBatch::cardRoot(_path("card/DCIM/R/a.MP4")), _path("card"));
+    QCOMPARE(KvFileBatch::cardRoot(_path("card/DCIM/Movie/F/a.MP4")), _path("card"));
+    QCOMPARE(KvFileBatch::cardRoot(_path("card/DCIM/a.MP4")), _path("card"));
+    QCOMPARE(KvFileBatch::cardRoot(_path("front/FRONT/a.MP4")), _path("front"));
+    // Not a card: the folder above the clip's own, so the camera folder is kept.
+    QCOMPARE(KvFileBatch::cardRoot(_path("plain/F/a.MP4")), _path("plain"));
+    QCOMPARE(KvFileBatch::cardRoot(_path("loose/a.MP4")), _dir->path());
+    // Too far below a card: its layout is not the clip's.
+    QVERIFY(QDir().mkpath(_path("card/x/y/z/w/F")));
+    QCOMPARE(KvFileBatch::cardRoot(_path("card/x/y/z/w/F/a.MP4")), _path("card/x/y/z/w"));
+}
+
+void TestFileDialogs::cardLayoutDestinationsKeepTheCardsFolders() {
+    for (const char* folder : {"card/DCIM/F", "card/DCIM/R", "other/DCIM/F"}) {
+        QVERIFY(QDir().mkpath(_path(folder)));
+    }
+    const QVector<QString> src{_path("card/DCIM/F/FILE0001.MP4"), _path("card/DCIM/R/FILE0001.MP4"),
+                               _path("card/DCIM/F/a F.MP4"), _path("other/DCIM/F/FILE0001.MP4")};
+    const QVector<QString> dst = KvFileBatch::cardLayoutDestinations(src, _path("out"));
+    // The second card's clip would land where the first card's does: below its card's name.
+    QCOMPARE(dst, (QVector<QString>{_path("out/DCIM/F/FILE0001.MP4"),
+                                    _path("out/DCIM/R/FILE0001.MP4"), _path("out/DCIM/F/a F.MP4"),
+                                    _path("out/other/DCIM/F/FILE0001.MP4")}));
+}
+
+void TestFileDialogs::destinationFoldersAreMadeAtAnyDepth() {
+    QVERIFY(KvFileBatch::makeDestinationFolders(
+        {_path("out/DCIM/F/a.MP4"), _path("out/DCIM/R/a.MP4"), _path("out/DCIM/F/b.MP4")}));
+    QVERIFY(QDir(_path("out/DCIM/F")).exists());
+    QVERIFY(QDir(_path("out/DCIM/R")).exists());
+    QVERIFY(writeFile(_path("blocker"), 1, 1));
+    QVERIFY(!KvFileBatch::makeDestinationFolders({_path("blocker/F/a.MP4")}));
+}
+
+void TestFileDialogs::copiesKeepTheirModificationTimes() {
+    QVERIFY(writeFile(_path("a.MP4"), 100, 1));
+    QVERIFY(writeFile(_path("b.MP4"), 100, 2));
+    QVERIFY(writeFile(_path("out/b.MP4"), 50, 3));
+    const QDateTime recorded(QDate(2020, 2, 29), QTime(23, 59, 58), Qt::UTC);
+    for (const char* name : {"a.MP4", "b.MP4"}) {
+        QFile file(_path(name));
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        QVERIFY(file.setFileTime(recorded, QFileDevice::FileModificationTime));
+    }
+    const QDateTime existing = QFileInfo(_path("out/b.MP4")).lastModified();
+    const QVector<QString> src{_path("a.MP4"), _path("b.MP4")};
+    const QVector<QString> dst{_path("out/a.MP4"), _path("out/b.MP4")};
+    KvFileBatch batch(KvFileBatch::Copy, src, dst);
+    KvCopyFileDialog dialog(nullptr, src, dst);
+    QCOMPARE(_run(dialog), int(QDialog::Accepted));
+    batch.finish();
+    QCOMPARE(batch.keepModificationTimes(), 1);
+    QCOMPARE(QFileInfo(_path("out/a.MP4")).lastModified(), recorded.toLocalTime());
+    // A file that stood there before is not touched, its time neither.
+    QCOMPARE(QFileInfo(_path("out/b.MP4")).lastModified(), existing);
+    KvFileBatch remove(KvFileBatch::Delete, {_path("a.MP4")}, {});
+    QCOMPARE(remove.keepModificationTimes(), 0);
 }
 
 void TestFileDialogs::summaryLine() {

@@ -5,6 +5,8 @@
 
 #include <atomic>
 
+#include <unistd.h>
+
 // The folder walk on trees made in a temporary folder: what it finds, in which order, what it
 // skips, and when it stops.
 class TestFolderWalk : public QObject {
@@ -23,6 +25,16 @@ private slots:
     void cancelledBeforeStartFindsNothing();
     void missingFolderFindsNothing();
     void eachClipIsLogged();
+
+    // Beyond Part 5.2: the walk stays on its file system, skips what it cannot read, and stops at
+    // any depth.
+    void deviceIdsTellFileSystemsApart();
+    void mountTableListsTheKernelsFileSystems();
+    void linkIntoAnotherFileSystemIsNotFollowed();
+    void mountPointsBelowTheRootAreNotEntered();
+    void walkOfTheRootStaysOnItsFileSystem();
+    void unreadableFolderIsSkippedSilently();
+    void cancelDeepInTheTreeStopsEverything();
 
 private:
     QString _touch(const QString& relative);
@@ -234,6 +246,242 @@ void TestFolderWalk::eachClipIsLogged() {
     _touch("log/x_002.txt");
     QTest::ignoreMessage(QtDebugMsg, QByteArray("add file ->  \"" + clip.toUtf8() + "\""));
     QCOMPARE(_walk(_path("log")), QStringList{clip});
+}
+
+namespace {
+// The other file systems a test can reach without mounting anything: the kernel's and the shared
+// memory folder, where the system has them as separate mounts.
+QStringList otherFileSystems(const QString& from) {
+    quint64 own = 0;
+    if (!KvFolderWalk::deviceOf(from, &own)) {
+        return {};
+    }
+    QStringList found;
+    for (const char* candidate : {"/dev/shm", "/proc", "/sys", "/dev", "/run"}) {
+        quint64 device = 0;
+        if (KvFolderWalk::deviceOf(candidate, &device) && device != own) {
+            found.append(candidate);
+        }
+    }
+    return found;
+}
+
+bool isUnder(const QString& path, const QString& folder) {
+    return path == folder || path.startsWith(folder + '/');
+}
+} // namespace
+
+void TestFolderWalk::deviceIdsTellFileSystemsApart() {
+    _touch("dev/sub/a.MP4");
+    quint64 root = 0;
+    quint64 sub = 0;
+    quint64 clip = 0;
+    QVERIFY(KvFolderWalk::deviceOf(_path("dev"), &root));
+    QVERIFY(KvFolderWalk::deviceOf(_path("dev/sub"), &sub));
+    QVERIFY(KvFolderWalk::deviceOf(_path("dev/sub/a.MP4"), &clip));
+    QCOMPARE(sub, root);
+    QCOMPARE(clip, root);
+    quint64 none = 0;
+    QVERIFY(!KvFolderWalk::deviceOf(_path("dev/missing"), &none));
+    // A link is followed to what it names.
+    QVERIFY(QFile::link(_path("dev/sub"), _path("dev/link")));
+    quint64 linked = 0;
+    QVERIFY(KvFolderWalk::deviceOf(_path("dev/link"), &linked));
+    QCOMPARE(linked, root);
+    for (const QString& other : otherFileSystems(_path("dev"))) {
+        quint64 device = 0;
+        QVERIFY(KvFolderWalk::deviceOf(other, &device));
+        QVERIFY2(device != root, qPrintable(other));
+    }
+}
+
+void TestFolderWalk::mountTableListsTheKernelsFileSystems() {
+    if (!QFile::exists("/proc/self/mountinfo")) {
+        QSKIP("no mount table on this system");
+    }
+    const QSet<QString> points = KvFolderWalk::mountPoints();
+    QVERIFY(points.contains("/"));
+    QVERIFY(points.contains("/proc"));
+    for (const QString& point : points) {
+        QVERIFY2(point.startsWith('/'), qPrintable(point));
+    }
+}
+
+void TestFolderWalk::linkIntoAnotherFileSystemIsNotFollowed() {
+    const QStringList others = otherFileSystems(_dir->path());
+    if (others.isEmpty()) {
+        QSKIP("no other file system reachable without mounting one");
+    }
+    const QString kept = _touch("tree/DCIM/F/k_001F.MP4");
+    // A clip on the other file system, where it can be written (the shared memory folder).
+    QTemporaryDir elsewhere(others.first() + "/kv-walk-XXXXXX");
+    QString foreignClip;
+    if (elsewhere.isValid()) {
+        foreignClip = elsewhere.filePath("far_001F.MP4");
+        QFile file(foreignClip);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        QVERIFY(QFile::link(elsewhere.path(), _path("tree/shared")));
+    }
+    QStringList links;
+    for (const QString& other : others) {
+        const QString link = _path("tree/link" + QString::number(links.size()));
+        QVERIFY(QFile::link(other, link));
+        links.append(link);
+    }
+    QStringList folders;
+    QList<QPair<QString, KvFolderWalk::Skip>> skipped;
+    QStringList clips;
+    KvFolderWalk walk([&clips](const QString& path) { clips.append(path); });
+    walk.setFolderEntered([&folders](const QString& path) { folders.append(path); });
+    walk.setFolderSkipped([&skipped](const QString& path, KvFolderWalk::Skip why) {
+        skipped.append({path, why});
+    });
+    walk.walk(QDir(_path("tree")));
+
+    QCOMPARE(clips, QStringList{kept});
+    for (const QString& folder : folders) {
+        QVERIFY2(isUnder(folder, _path("tree")), qPrintable(folder));
+        QVERIFY2(!folder.contains("/link") && !folder.contains("/shared"), qPrintable(folder));
+    }
+    for (const QString& link : links) {
+        QVERIFY2(skipped.contains({link, KvFolderWalk::Skip::OtherFileSystem}), qPrintable(link));
+    }
+    if (elsewhere.isValid()) {
+        QVERIFY(skipped.contains({_path("tree/shared"), KvFolderWalk::Skip::OtherFileSystem}));
+    }
+}
+
+void TestFolderWalk::mountPointsBelowTheRootAreNotEntered() {
+    // /dev is a file system of its own with others mounted in it (/dev/shm, /dev/pts, ...) on
+    // most Linux systems: a walk from it leaves them out without looking inside.
+    const QSet<QString> points = KvFolderWalk::mountPoints();
+    if (!points.contains("/dev")) {
+        QSKIP("/dev is not a mount point here");
+    }
+    QStringList inside;
+    for (const QString& point : points) {
+        if (point.startsWith("/dev/") && QFileInfo(point).isDir()) {
+            inside.append(point);
+        }
+    }
+    if (inside.isEmpty()) {
+        QSKIP("nothing is mounted below /dev here");
+    }
+    QStringList folders;
+    QStringList skipped;
+    KvFolderWalk walk([](const QString&) {});
+    walk.setFolderEntered([&folders](const QString& path) { folders.append(path); });
+    walk.setFolderSkipped(
+        [&skipped](const QString& path, KvFolderWalk::Skip) { skipped.append(path); });
+    walk.walk(QDir("/dev"));
+    QVERIFY(folders.contains("/dev"));
+    for (const QString& point : inside) {
+        for (const QString& folder : folders) {
+            QVERIFY2(!isUnder(folder, point), qPrintable(folder));
+        }
+        // A mount point lies directly in a folder the walk entered, or below one it skipped.
+        const QString parent = QFileInfo(point).absolutePath();
+        if (folders.contains(parent)) {
+            QVERIFY2(skipped.contains(point), qPrintable(point));
+        }
+    }
+}
+
+void TestFolderWalk::walkOfTheRootStaysOnItsFileSystem() {
+    // The "Drives" default: "/". Walked for two seconds at most; whatever it reached lies on
+    // the root's file system, never under /proc, /sys, /dev or another mount.
+    QSet<QString> others = KvFolderWalk::mountPoints();
+    others.remove("/");
+    quint64 rootDevice = 0;
+    QVERIFY(KvFolderWalk::deviceOf("/", &rootDevice));
+    QStringList folders;
+    QStringList clips;
+    QElapsedTimer clock;
+    clock.start();
+    KvFolderWalk walk([&clips](const QString& path) { clips.append(path); });
+    walk.setFolderEntered([&folders](const QString& path) { folders.append(path); });
+    walk.setCancelTest([&clock] { return clock.elapsed() > 2000; });
+    walk.walk(QDir("/"));
+    QVERIFY(folders.size() > 1);
+    for (const QString& folder : folders) {
+        for (const QString& other : others) {
+            QVERIFY2(!isUnder(folder, other), qPrintable(folder + " in " + other));
+        }
+        quint64 device = 0;
+        if (KvFolderWalk::deviceOf(folder, &device)) {
+            QCOMPARE(device, rootDevice);
+        }
+    }
+    for (const QString& clip : clips) {
+        QVERIFY2(!isUnder(clip, "/proc") && !isUnder(clip, "/sys"), qPrintable(clip));
+    }
+}
+
+void TestFolderWalk::unreadableFolderIsSkippedSilently() {
+    const QString kept = _touch("perm/open/o_001.MP4");
+    _touch("perm/locked/l_001.MP4");
+    _touch("perm/locked/deeper/l_002.MP4");
+    const QString kept2 = _touch("perm/z_001.MP4");
+    QVERIFY(QFile::setPermissions(_path("perm/locked"), QFileDevice::Permissions()));
+    const bool restricts = ::access(QFile::encodeName(_path("perm/locked")).constData(), R_OK) != 0;
+    if (!restricts) {
+        QFile::setPermissions(_path("perm/locked"), QFileDevice::ReadOwner |
+                                                        QFileDevice::WriteOwner |
+                                                        QFileDevice::ExeOwner);
+        QSKIP("permissions do not restrict this user (root): nothing is unreadable");
+    }
+    QStringList folders;
+    QList<QPair<QString, KvFolderWalk::Skip>> skipped;
+    QStringList clips;
+    KvFolderWalk walk([&clips](const QString& path) { clips.append(path); });
+    walk.setFolderEntered([&folders](const QString& path) { folders.append(path); });
+    walk.setFolderSkipped([&skipped](const QString& path, KvFolderWalk::Skip why) {
+        skipped.append({path, why});
+    });
+    walk.walk(QDir(_path("perm")));
+    QFile::setPermissions(_path("perm/locked"),
+                          QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
+    clips.sort();
+    QCOMPARE(clips, (QStringList{kept, kept2}));
+    QVERIFY(!folders.contains(_path("perm/locked")));
+    QCOMPARE(skipped.size(), 1);
+    QCOMPARE(skipped.first().first, _path("perm/locked"));
+    QVERIFY(skipped.first().second == KvFolderWalk::Skip::Unreadable);
+}
+
+void TestFolderWalk::cancelDeepInTheTreeStopsEverything() {
+    // A chain 60 folders deep with a clip and a side folder at every level.
+    QString relative = "deep";
+    for (int level = 0; level < 60; ++level) {
+        _touch(relative + QString("/c_%1.MP4").arg(level, 3, 10, QChar('0')));
+        _touch(relative + QString("/side/s_%1.MP4").arg(level, 3, 10, QChar('0')));
+        relative += "/d";
+    }
+    std::atomic<bool> cancelled{false};
+    int foundAfterCancel = 0;
+    int enteredAfterCancel = 0;
+    int askedAfterCancel = 0;
+    QStringList clips;
+    KvFolderWalk walk([&](const QString& path) {
+        foundAfterCancel += cancelled ? 1 : 0;
+        clips.append(path);
+        // Cancelled from the callback, 40 folders down.
+        if (path.count("/d/") >= 40) {
+            cancelled = true;
+        }
+    });
+    walk.setFolderEntered([&](const QString&) { enteredAfterCancel += cancelled ? 1 : 0; });
+    walk.setCancelTest([&] {
+        askedAfterCancel += cancelled ? 1 : 0;
+        return cancelled.load();
+    });
+    walk.walk(QDir(_path("deep")));
+    QVERIFY(cancelled);
+    QCOMPARE(foundAfterCancel, 0);
+    QCOMPARE(enteredAfterCancel, 0);
+    // Asked once, before the next entry, and the 40 folders above stopped without asking again.
+    QCOMPARE(askedAfterCancel, 1);
+    QVERIFY(clips.size() <= 2 * 41);
 }
 
 KV_TEST_GUILESS_MAIN(TestFolderWalk)

@@ -48,6 +48,8 @@ private slots:
     void copyChooserCancelledCopiesNothing();
     void copyKeepsSameNamedClipsApart();
     void copyNeverOverwrites();
+    void copyKeepsTheCardLayoutAndTimes();
+    void copyLocationIsElidedInItsMiddle();
     void deleteConfirmedRemovesFilesAndRows();
     void deleteNotConfirmedDeletesNothing();
     void deleteThatPartlyFailsKeepsTheRow();
@@ -158,11 +160,10 @@ void TestVideoListFileActions::menuOffersCopyAndDeleteAfterTheFour() {
         menu->close();
     });
     widget.onListWidgetContentMenuEvent(nullptr);
-    QCOMPARE(onRow,
-             (QList<QAction*>{widget.openInExploreAction(), widget.removeAction(),
-                              widget.removeInvalidFilesAction(), widget.clearPlaylistAction(),
-                              widget.copyToFolderAction(), widget.deleteFilesAction(),
-                              widget.exportTrackAction()}));
+    QCOMPARE(onRow, (QList<QAction*>{widget.openInExploreAction(), widget.removeAction(),
+                                     widget.removeInvalidFilesAction(),
+                                     widget.clearPlaylistAction(), widget.copyToFolderAction(),
+                                     widget.deleteFilesAction(), widget.exportTrackAction()}));
     // Without a row there is nothing to copy or delete.
     QCOMPARE(onEmpty,
              (QList<QAction*>{widget.removeInvalidFilesAction(), widget.clearPlaylistAction()}));
@@ -191,12 +192,17 @@ void TestVideoListFileActions::copySelectedEntriesToAFolder() {
     _pick(widget, 0, widget.copyToFolderAction());
 
     QCOMPARE(title, QString::fromUtf8("Copy to folder…"));
+    // Each clip keeps its path below the card's root ("card", which holds DCIM).
     for (const char* clip : {Pair1Front, Pair1Rear, SingleFront}) {
-        const QString copy = out + "/" + QFileInfo(_path(clip)).fileName();
+        const QString copy = out + "/" + QString(clip).mid(QString("card/").size());
         QCOMPARE(hashOf(copy), hashOf(_path(clip)));
     }
     QCOMPARE(finished.size(), 1);
-    QCOMPARE(finished.first().first().toString(), QString("3 files copied, 0 skipped, 0 failed"));
+    const QStringList lines = finished.first().first().toString().split('\n');
+    QCOMPARE(lines.size(), 2);
+    QCOMPARE(lines.at(0), QString("3 files copied, 0 skipped, 0 failed"));
+    QCOMPARE(lines.at(1), KvVideoListWidget::copyLocationText(out, widget.fontMetrics(), 300));
+    QVERIFY(lines.at(1).startsWith("The copies are in "));
     QVERIFY(beforeDelete.isEmpty());
     QVERIFY(widget.summaryAlert());
     QVERIFY(widget.summaryAlert()->isVisible());
@@ -225,23 +231,101 @@ void TestVideoListFileActions::copyKeepsSameNamedClipsApart() {
     QSignalSpy finished(&widget, &KvVideoListWidget::onFileBatchFinished);
     _answer<QFileDialog>([&](QFileDialog* chooser) { chooseFolder(chooser, out); });
     _pick(widget, 0, widget.copyToFolderAction());
-    QCOMPARE(hashOf(out + "/FILE0001.MP4"), hashOf(_path(SameNameFront)));
-    QCOMPARE(hashOf(out + "/R/FILE0001.MP4"), hashOf(_path(SameNameRear)));
-    QCOMPARE(finished.first().first().toString(), QString("2 files copied, 0 skipped, 0 failed"));
+    QCOMPARE(hashOf(out + "/DCIM/F/FILE0001.MP4"), hashOf(_path(SameNameFront)));
+    QCOMPARE(hashOf(out + "/DCIM/R/FILE0001.MP4"), hashOf(_path(SameNameRear)));
+    QVERIFY(
+        finished.first().first().toString().startsWith("2 files copied, 0 skipped, 0 failed\n"));
 }
 
 void TestVideoListFileActions::copyNeverOverwrites() {
     KvVideoListWidget widget;
     widget.addFile(_path(Pair1Front), false);
     const QString out = _path("out");
-    const QString existing = out + "/" + QFileInfo(_path(Pair1Rear)).fileName();
+    const QString existing = out + "/DCIM/R/" + QFileInfo(_path(Pair1Rear)).fileName();
     QVERIFY(writeFile(existing, 1234, 1));
     const QByteArray before = hashOf(existing);
     QSignalSpy finished(&widget, &KvVideoListWidget::onFileBatchFinished);
     _answer<QFileDialog>([&](QFileDialog* chooser) { chooseFolder(chooser, out); });
     _pick(widget, 0, widget.copyToFolderAction());
     QCOMPARE(hashOf(existing), before);
-    QCOMPARE(finished.first().first().toString(), QString("1 files copied, 1 skipped, 0 failed"));
+    QVERIFY(
+        finished.first().first().toString().startsWith("1 files copied, 1 skipped, 0 failed\n"));
+}
+
+// Beyond Part 6.2: the copy of a card opens and pairs exactly like the card.
+void TestVideoListFileActions::copyKeepsTheCardLayoutAndTimes() {
+    // The card's clips carry times of their own, as a camera writes them.
+    const QDateTime recorded(QDate(2021, 5, 6), QTime(7, 8, 9), Qt::UTC);
+    int minute = 0;
+    for (const char* clip : {Pair1Front, Pair1Rear, SameNameFront, SameNameRear}) {
+        QFile file(_path(clip));
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        QVERIFY(
+            file.setFileTime(recorded.addSecs(60 * minute++), QFileDevice::FileModificationTime));
+    }
+    KvVideoListWidget widget;
+    widget.addFile(_path(Pair1Front), false);
+    widget.addFile(_path(SameNameRear), false);
+    QCOMPARE(widget.listWidget()->count(), 2);
+    widget.listWidget()->item(0)->setSelected(true);
+    widget.listWidget()->item(1)->setSelected(true);
+    const QString out = _path(QString::fromUtf8("Kopie ü/of the card"));
+    QVERIFY(QDir().mkpath(out));
+    QSignalSpy finished(&widget, &KvVideoListWidget::onFileBatchFinished);
+    _answer<QFileDialog>([&](QFileDialog* chooser) { chooseFolder(chooser, out); });
+    _pick(widget, 1, widget.copyToFolderAction());
+
+    // The same paths below the chosen folder as below the card's root, with the same times.
+    for (const char* clip : {Pair1Front, Pair1Rear, SameNameFront, SameNameRear}) {
+        const QString relative = QString(clip).mid(QString("card/").size());
+        const QString copy = out + "/" + relative;
+        QVERIFY2(QFileInfo(copy).isFile(), qPrintable(relative));
+        QCOMPARE(hashOf(copy), hashOf(_path(clip)));
+        QCOMPARE(QFileInfo(copy).lastModified(), QFileInfo(_path(clip)).lastModified());
+    }
+    QCOMPARE(QDir(out).entryList(QDir::AllEntries | QDir::NoDotAndDotDot), QStringList{"DCIM"});
+    QCOMPARE(finished.size(), 1);
+    QCOMPARE(finished.first().first().toString(),
+             QString("4 files copied, 0 skipped, 0 failed\n") +
+                 KvVideoListWidget::copyLocationText(out, widget.fontMetrics(), 300));
+
+    // Added to a playlist, the copied folder pairs as the card did: two recordings, front and
+    // rear, both from the copy.
+    QDir(KvFileUtils().getPlayListRoot()).removeRecursively();
+    KvVideoListWidget other;
+    other.addDrive(QDir(out), false);
+    QCOMPARE(other.listWidget()->count(), 2);
+    QSet<QString> pairs;
+    for (int row = 0; row < other.listWidget()->count(); ++row) {
+        auto* item = qobject_cast<KvVideoItemWidget*>(other.listWidget()->widgetAt(row));
+        const KvVideoInfo info = item->videoInfo();
+        QCOMPARE(info.videos.size(), 2);
+        QVERIFY(info.videos.at(0).path.startsWith(out + "/DCIM/F/"));
+        QVERIFY(info.videos.at(1).path.startsWith(out + "/DCIM/R/"));
+        pairs.insert(info.videos.at(0).name + "+" + info.videos.at(1).name);
+    }
+    QCOMPARE(pairs, (QSet<QString>{"2026_0315_101500_001F.MP4+2026_0315_101500_001R.MP4",
+                                   "FILE0001.MP4+FILE0001.MP4"}));
+}
+
+void TestVideoListFileActions::copyLocationIsElidedInItsMiddle() {
+    const QFontMetrics metrics(QApplication::font());
+    const QString shortFolder = "/tmp/x";
+    QCOMPARE(KvVideoListWidget::copyLocationText(shortFolder, metrics, 300),
+             QString("The copies are in /tmp/x"));
+    const QString longFolder =
+        "/media/someone/SOME_LONG_CARD_NAME/" + QString(40, 'a') + "/Backup of the card";
+    const QString text = KvVideoListWidget::copyLocationText(longFolder, metrics, 300);
+    QVERIFY(metrics.horizontalAdvance(text) <= 300);
+    QVERIFY(text.startsWith("The copies are in /media"));
+    // The folder's own name is what a person looks for: it stays whole.
+    QVERIFY(text.endsWith("Backup of the card"));
+    QVERIFY(text.contains(QChar(0x2026)));
+    // Without a language: the key and the whole folder.
+    KvLanguage::installLanguage("none");
+    const QString bare = KvVideoListWidget::copyLocationText(longFolder, metrics, 300);
+    KvLanguage::installLanguage("english");
+    QVERIFY(bare.endsWith(longFolder));
 }
 
 void TestVideoListFileActions::deleteConfirmedRemovesFilesAndRows() {
@@ -290,6 +374,7 @@ void TestVideoListFileActions::deleteConfirmedRemovesFilesAndRows() {
     QCOMPARE(finished.size(), 1);
     QCOMPARE(finished.first().first().toString(), QString("2 files deleted, 0 skipped, 0 failed"));
     KvVideoListWidget restarted;
+    QTRY_VERIFY(!restarted.isLoadingPlayList());
     QCOMPARE(restarted.listWidget()->count(), 1);
 }
 

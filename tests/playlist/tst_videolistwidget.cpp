@@ -1,6 +1,7 @@
 #include "KvAddFileDialog.h"
 #include "KvFileUtils.h"
 #include "KvListWidget.h"
+#include "KvPlaylistStore.h"
 #include "KvTestMain.h"
 #include "KvVideoInfoLoadThread.h"
 #include "KvVideoItemWidget.h"
@@ -59,6 +60,13 @@ private slots:
     void cancelledScanStopsBeforeNextEntry();
     void scanOfMissingOrUnreadableFolder();
     void clipVanishingBeforeLoadKeepsZeros();
+
+    // Beyond Parts 5.2 and 5.3: rows come in slices, and a scan stops when it is closed.
+    void scanAddsRowsInSlices();
+    void closingTheScanStopsTheWalkAtDepth_data();
+    void closingTheScanStopsTheWalkAtDepth();
+    void savedPlaylistLoadsInSlices();
+    void clearingWhileLoadingStopsTheLoad();
 
 private:
     QString _touch(const QString& relative);
@@ -280,6 +288,8 @@ void TestVideoListWidget::savedEntriesComeBackAfterRestart() {
     const QDateTime modified = QFileInfo(written).lastModified();
 
     KvVideoListWidget restarted;
+    // The saved entries come a slice at a time (KvRowFeeder), once the event loop runs.
+    QTRY_VERIFY(!restarted.isLoadingPlayList());
     QCOMPARE(restarted.listWidget()->count(), 2);
     QSet<QString> paths;
     for (int row = 0; row < 2; ++row) {
@@ -305,6 +315,7 @@ void TestVideoListWidget::unreadableEntryFileShowsEmptyRow() {
     QVERIFY(QDir().mkpath(folder + "/folder.xml"));
 
     KvVideoListWidget widget;
+    QTRY_VERIFY(!widget.isLoadingPlayList());
     QCOMPARE(widget.listWidget()->count(), 1);
     QVERIFY(_rowEntry(widget, 0).isEmpty());
     QVERIFY(QFile::exists(folder + "/garbage.xml"));
@@ -485,6 +496,7 @@ void TestVideoListWidget::removeDeletesFileNamedByName() {
     // The file named by the identifier stays, so the entry returns at the next start.
     QVERIFY(QFile::exists(KvVideoListWidget::entryFilePath(first)));
     KvVideoListWidget restarted;
+    QTRY_VERIFY(!restarted.isLoadingPlayList());
     QCOMPARE(restarted.listWidget()->count(), 2);
 }
 
@@ -516,6 +528,7 @@ void TestVideoListWidget::clearPlaylist() {
     QVERIFY(_playlistFiles().isEmpty());
     QVERIFY(QDir(KvFileUtils().getPlayListRoot()).exists());
     KvVideoListWidget restarted;
+    QTRY_VERIFY(!restarted.isLoadingPlayList());
     QCOMPARE(restarted.listWidget()->count(), 0);
 }
 
@@ -569,6 +582,7 @@ void TestVideoListWidget::addFileDialogScansCard() {
     ids.sort();
     QCOMPARE(_playlistFiles(), ids);
     KvVideoListWidget restarted;
+    QTRY_VERIFY(!restarted.isLoadingPlayList());
     QCOMPARE(restarted.listWidget()->count(), 12);
 }
 
@@ -599,8 +613,21 @@ void TestVideoListWidget::scanOfMissingOrUnreadableFolder() {
     _touch("locked/inner/l_001.MP4");
     QFile::setPermissions(_dir->filePath("locked/inner"), QFileDevice::Permissions());
     KvAddFileDialog locked(&widget, _dir->filePath("locked"));
+    // No message or dialog of any kind about the folder it cannot read: only the scan's own.
+    QStringList otherDialogs;
+    QTimer watch;
+    connect(&watch, &QTimer::timeout, this, [&] {
+        for (QWidget* top : QApplication::topLevelWidgets()) {
+            if (top != &locked && top->isVisible() && qobject_cast<QDialog*>(top)) {
+                otherDialogs << top->metaObject()->className();
+            }
+        }
+    });
+    watch.start(1);
     locked.start();
     QCOMPARE(locked.exec(), int(QDialog::Accepted));
+    watch.stop();
+    QVERIFY2(otherDialogs.isEmpty(), qPrintable(otherDialogs.join(", ")));
     QFile::setPermissions(_dir->filePath("locked/inner"),
                           QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
     // Root reads the folder anyway; anyone else finds nothing in it. Either way, no hang.
@@ -619,6 +646,169 @@ void TestVideoListWidget::clipVanishingBeforeLoadKeepsZeros() {
     QCOMPARE(_rowEntry(widget, 0).videos.first().width, 0);
     auto* row = qobject_cast<KvVideoItemWidget*>(list->widgetAt(0));
     QCOMPARE(row->formatLabel()->text(), QString("0x0 0fps"));
+}
+
+namespace {
+// Counts the turns the event loop gets while rows are added: a timer that fires whenever the loop
+// is free, noting the row count each time.
+class TurnWatch : public QObject {
+public:
+    explicit TurnWatch(QListWidget* list) : _list(list) {
+        connect(&_timer, &QTimer::timeout, this, [this] { counts.insert(_list->count()); });
+        _timer.start(1);
+    }
+    // Row counts seen strictly between none and all.
+    int between(int all) const {
+        int n = 0;
+        for (int count : counts) {
+            n += count > 0 && count < all ? 1 : 0;
+        }
+        return n;
+    }
+    QSet<int> counts;
+
+private:
+    QListWidget* _list;
+    QTimer _timer;
+};
+} // namespace
+
+void TestVideoListWidget::scanAddsRowsInSlices() {
+    // 1500 clips in 150 folders: far more rows than one turn of the event loop adds.
+    const int clips = 1500;
+    for (int i = 0; i < clips; ++i) {
+        _touch(QString("big/%1/DCIM/F/b_%2F.MP4").arg(i / 10).arg(i, 5, 10, QChar('0')));
+    }
+    KvVideoListWidget widget;
+    widget.show();
+    KvAddFileDialog dialog(&widget, _dir->filePath("big"));
+    TurnWatch watch(widget.listWidget());
+    dialog.start();
+    QCOMPARE(dialog.exec(), int(QDialog::Accepted));
+    // The dialog closed once every clip found was a row.
+    QCOMPARE(widget.listWidget()->count(), clips);
+    QCOMPARE(dialog.waitingClips(), 0);
+    // The event loop ran again and again while the rows came in.
+    QVERIFY2(watch.between(clips) >= 3, qPrintable(QString::number(watch.between(clips))));
+}
+
+void TestVideoListWidget::closingTheScanStopsTheWalkAtDepth_data() {
+    QTest::addColumn<bool>("escape");
+    QTest::newRow("close button") << false;
+    QTest::newRow("Escape") << true;
+}
+
+void TestVideoListWidget::closingTheScanStopsTheWalkAtDepth() {
+    QFETCH(bool, escape);
+    // A chain 150 folders deep, three clips at every level.
+    QString relative = "chain";
+    for (int level = 0; level < 150; ++level) {
+        for (int k = 0; k < 3; ++k) {
+            _touch(relative + QString("/c_%1_%2.MP4").arg(level, 3, 10, QChar('0')).arg(k));
+        }
+        relative += "/d";
+    }
+    KvVideoListWidget widget;
+    KvAddFileDialog dialog(&widget, _dir->filePath("chain"));
+    std::atomic<bool> reached{false};
+    std::atomic<int> foundAfterCancel{0};
+    std::atomic<int> foundBefore{0};
+    // On the walking thread: 100 folders down, the walk waits until the user has closed the
+    // dialog, then goes on to its next entry, which it must not reach.
+    connect(
+        &dialog, &KvAddFileDialog::addFileSignal, this,
+        [&](const QString& path) {
+            if (dialog.isScanCancelled()) {
+                ++foundAfterCancel;
+                return;
+            }
+            ++foundBefore;
+            if (path.count("/d/") >= 100 && !reached.exchange(true)) {
+                while (!dialog.isScanCancelled()) {
+                    QThread::msleep(1);
+                }
+            }
+        },
+        Qt::DirectConnection);
+    int rowsAtClose = -1;
+    QTimer poll;
+    connect(&poll, &QTimer::timeout, this, [&] {
+        if (!reached || !dialog.isVisible()) {
+            return;
+        }
+        poll.stop();
+        if (escape) {
+            QTest::keyClick(&dialog, Qt::Key_Escape);
+        } else {
+            dialog.close();
+        }
+        rowsAtClose = widget.listWidget()->count();
+    });
+    poll.start(1);
+    dialog.start();
+    QCOMPARE(dialog.exec(), int(QDialog::Rejected));
+    QVERIFY(reached);
+    // Joins the walk (the close button has already).
+    dialog.cancel();
+    QTest::qWait(200);
+    QCOMPARE(foundAfterCancel.load(), 0);
+    QVERIFY(foundBefore.load() < 450);
+    QVERIFY(rowsAtClose >= 0);
+    // No row came after the close: the clips found but not yet added were dropped.
+    QCOMPARE(widget.listWidget()->count(), rowsAtClose);
+    QVERIFY(widget.listWidget()->count() <= foundBefore.load());
+    QCOMPARE(dialog.waitingClips(), 0);
+}
+
+void TestVideoListWidget::savedPlaylistLoadsInSlices() {
+    const int entries = 1500;
+    KvPlaylistStore store;
+    for (int i = 0; i < entries; ++i) {
+        KvVideoInfo info;
+        info.appendVideo(_touch(QString("saved/%1/s_%2.MP4").arg(i / 100).arg(i)));
+        info.name = info.videos.first().name;
+        QVERIFY(store.write(info));
+    }
+    QElapsedTimer clock;
+    clock.start();
+    KvVideoListWidget widget;
+    // The window can show before the saved entries are read: none is read in the constructor.
+    QVERIFY(widget.isLoadingPlayList());
+    QCOMPARE(widget.listWidget()->count(), 0);
+    QSignalSpy loaded(&widget, &KvVideoListWidget::playListLoaded);
+    widget.show();
+    TurnWatch watch(widget.listWidget());
+    QTRY_VERIFY_WITH_TIMEOUT(!widget.isLoadingPlayList(), 60000);
+    QCOMPARE(widget.listWidget()->count(), entries);
+    QCOMPARE(loaded.size(), 1);
+    QVERIFY2(watch.between(entries) >= 3, qPrintable(QString::number(watch.between(entries))));
+    // In the folder's order, as before.
+    QStringList expected;
+    for (const QString& file : store.entryFiles()) {
+        expected << KvPlaylistStore::read(file).name;
+    }
+    QStringList shown;
+    for (int row = 0; row < entries; ++row) {
+        shown << _rowEntry(widget, row).name;
+    }
+    QCOMPARE(shown, expected);
+}
+
+void TestVideoListWidget::clearingWhileLoadingStopsTheLoad() {
+    KvPlaylistStore store;
+    for (int i = 0; i < 800; ++i) {
+        KvVideoInfo info;
+        info.appendVideo(_touch(QString("clr/c_%1.MP4").arg(i)));
+        QVERIFY(store.write(info));
+    }
+    KvVideoListWidget widget;
+    QTRY_VERIFY(widget.listWidget()->count() > 0);
+    QVERIFY(widget.isLoadingPlayList());
+    widget.onPopMenuTriggered(widget.clearPlaylistAction());
+    QVERIFY(!widget.isLoadingPlayList());
+    QTest::qWait(100);
+    QCOMPARE(widget.listWidget()->count(), 0);
+    QVERIFY(_playlistFiles().isEmpty());
 }
 
 KV_TEST_MAIN(TestVideoListWidget)
