@@ -16,8 +16,8 @@
 // The walk stays on the file system of the folder it starts in: a folder on another device (a
 // mount point such as /proc, /sys, /dev, /run, a network share or another drive, reached directly
 // or through a symbolic link) is never entered, nor even looked at when the mount table names it.
-// A folder it cannot read is skipped without a word to the user. Beyond Part 5.2, on purpose:
-// starting at "/" must not wander into the kernel's file systems or every other disk.
+// A folder it cannot read is skipped without a word to the user. Both on purpose: a walk that
+// starts at "/" must not wander into the kernel's file systems or every other disk.
 //
 // Everything runs on the calling thread, callbacks included; one walk at a time per object.
 class KvFolderWalk {

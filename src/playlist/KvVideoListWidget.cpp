@@ -222,7 +222,8 @@ void KvVideoListWidget::addDrive(const QDir& dir, bool save) {
 
 void KvVideoListWidget::addDirDepth(const QDir& dir, bool save, bool* cancel) {
     KvFolderWalk walk([this, save](const QString& path) { addFile(path, save); });
-    // Beyond Part 5.2, which looked at the flag on entry to the top folder only.
+    // The flag is looked at before every entry at any depth, so closing the progress dialog
+    // stops even a walk deep inside a large tree at once.
     walk.setCancelTest([cancel] { return cancel && *cancel; });
     beginBatch();
     walk.walk(dir);
@@ -430,7 +431,8 @@ void KvVideoListWidget::_copyContextEntries() {
     }
     const QString folder = QDir(chooser.selectedFiles().first()).absolutePath();
     // The copies keep their card's layout (DCIM/F, DCIM/R, ...) and their times, so the folder
-    // opens and pairs as the card does. Beyond Part 6.2's dialog, which copies as told.
+    // opens and pairs as the card does. The copy dialog itself copies to whatever destinations it
+    // is given.
     const QVector<QString> dst = KvFileBatch::cardLayoutDestinations(src, folder);
     KvFileBatch::makeDestinationFolders(dst);
     KvFileBatch batch = KvFileBatch::runCopy(this, src, dst);

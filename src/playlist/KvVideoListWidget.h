@@ -33,7 +33,7 @@ public:
     // Fills the list from the playlist folder: the entry files are listed at once and read and
     // added a few at a time, one slice per turn of the event loop (KvRowFeeder), so a window with
     // thousands of saved entries shows at once and its rows follow; their details follow the
-    // rows (the loader). Beyond Part 5.2, on purpose.
+    // rows (the loader).
     void loadPlayList();
     // Rows added between beginBatch() and the matching endBatch() go into the list together at
     // the end (KvListWidget::stageItem): the duplicate rule and the entry files work as for

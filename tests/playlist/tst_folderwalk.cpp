@@ -26,8 +26,7 @@ private slots:
     void missingFolderFindsNothing();
     void eachClipIsLogged();
 
-    // Beyond Part 5.2: the walk stays on its file system, skips what it cannot read, and stops at
-    // any depth.
+    // The walk stays on its file system, skips what it cannot read, and stops at any depth.
     void deviceIdsTellFileSystemsApart();
     void mountTableListsTheKernelsFileSystems();
     void linkIntoAnotherFileSystemIsNotFollowed();

@@ -252,7 +252,7 @@ void TestVideoListFileActions::copyNeverOverwrites() {
         finished.first().first().toString().startsWith("1 files copied, 1 skipped, 0 failed\n"));
 }
 
-// Beyond Part 6.2: the copy of a card opens and pairs exactly like the card.
+// The copy of a card opens and pairs exactly like the card.
 void TestVideoListFileActions::copyKeepsTheCardLayoutAndTimes() {
     // The card's clips carry times of their own, as a camera writes them.
     const QDateTime recorded(QDate(2021, 5, 6), QTime(7, 8, 9), Qt::UTC);
